@@ -83,3 +83,8 @@ void Check_For_Inspector_Interruption();
 void Fingerprint_Byte_Range(Fingerprinter& fingerprinter, void const* begin, void const* end);
 
 } // extern "C"
+
+#include <string>
+
+// The name of the tuple type of two item types, e.g. "( time range, integer )".
+std::string MakeTupleTypeName(char const* first, char const* second);
