@@ -34,3 +34,9 @@ class EvaluationInterrupted : public DebuggableException {
 public:
     const char* what() const noexcept override { return "EvaluationInterrupted"; }
 };
+
+// Integer or time-interval division (or mod) by zero.
+class DivisionByZero : public DebuggableException {
+public:
+    const char* what() const noexcept override { return "division by zero"; }
+};
