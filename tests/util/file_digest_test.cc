@@ -1,0 +1,139 @@
+#include "util/file_digest.h"
+
+#include <cerrno>
+#include <fcntl.h>
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <gtest/gtest.h>
+
+#include "util/hex_encoder.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+class FileDigest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        folder_ = fs::temp_directory_path() /
+                  ("zor_file_digest_" + std::to_string(getpid()) + "_" +
+                   ::testing::UnitTest::GetInstance()->current_test_info()->name());
+        fs::create_directories(folder_);
+    }
+    void TearDown() override { fs::remove_all(folder_); }
+
+    std::string Write(std::string const& name, std::string const& content) {
+        std::string path = (folder_ / name).string();
+        std::ofstream(path, std::ios::binary) << content;
+        return path;
+    }
+
+    fs::path folder_;
+};
+
+std::string Sha1Hex(ConstData bytes) {
+    OpenSSLHash hash(EVPInitializer::The().SHA1());
+    hash.Start();
+    hash.Receive(bytes);
+    hash.ReceiveEnd();
+    return HexEncode(hash.Value().Bytes());
+}
+
+TEST_F(FileDigest, DigestsAcrossManyBlocksLikeOneShot) {
+    std::string content;
+    for (std::size_t i = 0; i < 3 * cFileBlockSize + 123; ++i)
+        content.push_back(static_cast<char>((i * 131) >> 3));
+    std::string path = Write("big", content);
+    EXPECT_EQ(HexDigestOfFile(path, EVPInitializer::The().SHA1()), Sha1Hex(ConstData(content)));
+    EXPECT_EQ(HexDigestOfFile(Write("abc", "abc"), EVPInitializer::The().SHA256()),
+              "ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad");
+    EXPECT_EQ(HexDigestOfFile(Write("empty", ""), EVPInitializer::The().MD5()),
+              "d41d8cd98f00b204e9800998ecf8427e");
+}
+
+TEST_F(FileDigest, OpenDescriptorDigestsFromItsOffset) {
+    std::string path = Write("offset", "xxabc");
+    AutoFD fd = OpenRegularFile(path);
+    ASSERT_EQ(lseek(fd.Get(), 2, SEEK_SET), 2);
+    EXPECT_EQ(HexEncode(DigestFile(fd.Get(), path, EVPInitializer::The().MD5()).Bytes()),
+              "900150983cd24fb0d6963f7d28e17f72");
+}
+
+TEST_F(FileDigest, MissingAndUnreadableFilesSayWhy) {
+    EVP_MD const* sha1 = EVPInitializer::The().SHA1();
+    try {
+        DigestFile((folder_ / "missing").string(), sha1);
+        FAIL() << "no error for a missing file";
+    } catch (OpenFileFailed const& e) {
+        EXPECT_EQ(e.Errno(), ENOENT);
+        EXPECT_NE(std::string(e.what()).find("missing"), std::string::npos);
+    }
+    if (geteuid() == 0)
+        GTEST_SKIP() << "root reads files without permission";
+    std::string path = Write("secret", "x");
+    chmod(path.c_str(), 0);
+    try {
+        DigestFile(path, sha1);
+        FAIL() << "no error for an unreadable file";
+    } catch (OpenFileFailed const& e) {
+        EXPECT_EQ(e.Errno(), EACCES);
+        EXPECT_NE(std::string(e.what()).find("Permission denied"), std::string::npos);
+    }
+}
+
+TEST_F(FileDigest, SpecialFilesAreRefusedWithoutBlocking) {
+    EVP_MD const* sha1 = EVPInitializer::The().SHA1();
+    std::string fifo = (folder_ / "fifo").string();
+    ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
+    // Without a writer, a plain open() or read() of the FIFO would wait forever.
+    EXPECT_THROW(DigestFile(fifo, sha1), NotARegularFile);
+    EXPECT_THROW(DigestFile(folder_.string(), sha1), NotARegularFile);
+    EXPECT_THROW(DigestFile("/dev/null", sha1), NotARegularFile);
+
+    int pipeEnds[2];
+    ASSERT_EQ(pipe(pipeEnds), 0);
+    AutoFD readEnd(pipeEnds[0]), writeEnd(pipeEnds[1]);
+    EXPECT_THROW(DigestFile(readEnd.Get(), "pipe", sha1), NotARegularFile);
+}
+
+// Changes the file under the reader after the first block arrives.
+class Meddler : public DataReceiver {
+public:
+    Meddler(std::string path, off_t newSize) : path_(std::move(path)), newSize_(newSize) {}
+    void Receive(ConstData) override {
+        if (++blocks_ == 1) {
+            EXPECT_EQ(truncate(path_.c_str(), newSize_), 0);
+        }
+    }
+    void ReceiveEnd() override { ended_ = true; }
+    bool ended_ = false;
+
+private:
+    std::string path_;
+    off_t newSize_;
+    int blocks_ = 0;
+};
+
+TEST_F(FileDigest, FileThatShrinksOrGrowsWhileReadIsAnError) {
+    std::size_t const size = 4 * 4096;
+    std::string path = Write("changing", std::string(size, 'a'));
+    Meddler shrink(path, 4096);
+    EXPECT_THROW(StreamRegularFile(path, shrink, 4096 + 100), FileChangedWhileRead);
+    EXPECT_FALSE(shrink.ended_);
+
+    Write("changing", std::string(size, 'a'));
+    Meddler grow(path, size + 1);
+    EXPECT_THROW(StreamRegularFile(path, grow, 4096), FileChangedWhileRead);
+    EXPECT_FALSE(grow.ended_);
+
+    Write("changing", std::string(size, 'a'));
+    Meddler same(path, size);
+    StreamRegularFile(path, same, 4096);
+    EXPECT_TRUE(same.ended_);
+}
+
+} // namespace
