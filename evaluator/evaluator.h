@@ -47,10 +47,10 @@ struct EvaluationOptions {
 class Answer {
 public:
     std::string const& typeName() const;
-    std::string text() const;               // the value's text form
-    integer asInteger() const;              // requires an integer
-    bool asBoolean() const;                 // requires a boolean
-    std::string_view asString() const;      // requires a string or a type derived from it
+    std::string text() const;          // the value's text form
+    integer asInteger() const;         // requires an integer
+    bool asBoolean() const;            // requires a boolean
+    std::string_view asString() const; // requires a string or a type derived from it
     void const* bytes() const { return bytes_; }
 
     Answer(void const* type, void const* bytes) : type_(type), bytes_(bytes) {}
@@ -71,7 +71,7 @@ public:
     // True when every phrase it uses declares what its value depends on.
     bool cacheable() const;
     // Hash of what the expression's values depend on (for cacheable ones).
-    std::uint64_t fingerprint() const;
+    std::uint64_t fingerprint(EvaluationOptions const& options = {}) const;
 
     // Calls onAnswer for each value in order; throws ExpressionError on failure
     // (answers already delivered stay delivered). A singular expression yields
