@@ -47,21 +47,20 @@ extern "C" {
 void Register_Type(void* block, unsigned long blockSize, char const* name, unsigned long valueSize,
                    DestroyFunction destroy, char const* baseName, int reserved);
 
-void Register_Property(void* block, unsigned long blockSize, char const* phrase,
-                       char const* plural, char const* indexType, char const* objectType,
-                       char const* resultType, PropertyThunk get, void const* userData,
-                       FingerprintFunction fingerprint);
+void Register_Property(void* block, unsigned long blockSize, char const* phrase, char const* plural,
+                       char const* indexType, char const* objectType, char const* resultType,
+                       PropertyThunk get, void const* userData, FingerprintFunction fingerprint);
 
 void Register_Iterated_Property(void* block, unsigned long blockSize, char const* phrase,
-                                char const* plural, char const* indexType,
-                                char const* objectType, char const* resultType,
-                                unsigned long stateSize, ConstructFunction construct,
-                                DestroyFunction destroy, PropertyThunk first, PropertyThunk next,
-                                void const* userData, FingerprintFunction fingerprint);
+                                char const* plural, char const* indexType, char const* objectType,
+                                char const* resultType, unsigned long stateSize,
+                                ConstructFunction construct, DestroyFunction destroy,
+                                PropertyThunk first, PropertyThunk next, void const* userData,
+                                FingerprintFunction fingerprint);
 
-void Register_Cast(void* block, unsigned long blockSize, char const* phrase,
-                   char const* sourceType, char const* targetType, CastThunk cast,
-                   void const* userData, FingerprintFunction fingerprint);
+void Register_Cast(void* block, unsigned long blockSize, char const* phrase, char const* sourceType,
+                   char const* targetType, CastThunk cast, void const* userData,
+                   FingerprintFunction fingerprint);
 
 void Register_Binary_Operator(void* block, unsigned long blockSize, int operatorCode,
                               char const* leftType, char const* rightType, char const* resultType,
