@@ -1,0 +1,159 @@
+// Hostile scripts: each must end in a documented exception or result, fast.
+#include "action/action_shell_parser.h"
+#include "action/mirror_download_parser.h"
+
+#include <gtest/gtest.h>
+
+#include <random>
+#include <string>
+#include <vector>
+
+namespace {
+
+constexpr std::size_t kMegabyte = 1 << 20;
+
+// Runs script like a host: every command, createfile bodies skipped, and the
+// block list checked at the end. Returns the number of executed lines. The
+// view form keeps this linear; the Stringy form copies the rest per line.
+std::size_t RunLikeHost(std::string const& text) {
+    ActionShellParser parser;
+    ConstData script(text);
+    std::uint16_t lines = 0;
+    std::size_t executed = 0;
+    while (parser.GetCommand(script)) {
+        bool isDownload = false;
+        if (parser.ProcessBlockControl(script, lines, isDownload))
+            continue;
+        ++executed;
+        if (parser.GetCurrentCommand() == ActionShellParser::cCreateFileUntil)
+            parser.SkipCreateFile(script, lines);
+    }
+    if (!parser.GetBlockList().empty())
+        throw MissingEndif(parser.GetLineCounter());
+    return executed;
+}
+
+std::size_t DownloadCount(std::string const& script) {
+    MirrorDownloadActionParser parser;
+    DownloadList list;
+    WinVersion version;
+    parser.BuildMirrorDownloadList(Stringy(script), list, version);
+    return list.GetCount();
+}
+
+std::string Repeat(std::string const& piece, std::size_t times) {
+    std::string text;
+    text.reserve(piece.size() * times);
+    for (std::size_t i = 0; i < times; ++i)
+        text += piece;
+    return text;
+}
+
+} // namespace
+
+TEST(BadInput, NulBytesAreOrdinaryBytesInCommandLines) {
+    std::string const script("delete a\0b\nrun x\0\n", 18);
+    EXPECT_EQ(ActionShellParser::GetNumberOfActionLines(script), 2);
+    std::vector<std::string> lines;
+    ActionShellParser::BuildCommandLineList(script, lines);
+    ASSERT_EQ(lines.size(), 2u);
+    EXPECT_EQ(lines[0], std::string("delete a\0b", 10));
+    // A NUL where a keyword should be is no command.
+    EXPECT_THROW(ActionShellParser::GetNumberOfActionLines(std::string("\0delete", 7)),
+                 UnknownCommand);
+    // Download arguments end at a NUL, as the tokenizer reads C strings.
+    EXPECT_EQ(DownloadCount(std::string("download \0http://s/a", 20)), 0u);
+}
+
+// GetLine never reads past a NUL, so a createfile body whose delimiter lies
+// beyond one has no readable end.
+TEST(BadInput, NulBeforeCreateFileDelimiterEndsTheBody) {
+    std::string const script("createfile until END\nab\0END\ndelete x", 36);
+    EXPECT_THROW(ActionShellParser::GetNumberOfActionLines(script), MissingCreateFileEndDelimiter);
+    EXPECT_THROW(RunLikeHost(script), MissingCreateFileEndDelimiter);
+    std::vector<std::string> lines;
+    EXPECT_THROW(ActionShellParser::BuildCommandLineList(script, lines),
+                 MissingCreateFileEndDelimiter);
+    try {
+        RunLikeHost(script);
+    } catch (ActionSyntaxError const& error) {
+        EXPECT_EQ(error.GetLineNumber(), 2);
+        EXPECT_EQ(GetActionSyntaxErrorString(), "Non-specific syntax error.");
+    }
+}
+
+TEST(BadInput, MegabyteLinesAreReadWhole) {
+    std::string const longWord(kMegabyte, 'x');
+    std::string const script = "delete " + longWord + "\r\nrun y";
+    EXPECT_EQ(ActionShellParser::GetNumberOfActionLines(script), 2);
+    std::vector<std::string> lines;
+    ActionShellParser::BuildCommandLineList(script, lines);
+    ASSERT_EQ(lines.size(), 2u);
+    EXPECT_EQ(lines[0].size(), 7 + kMegabyte);
+
+    // Quote-heavy arguments stay linear in the tokenizer.
+    std::string const quoted = "download " + Repeat("\"a\" ", kMegabyte / 4) + "\n";
+    EXPECT_EQ(DownloadCount(quoted), 1u);
+    std::string const condition =
+        "download http://s/a\ncontinue if " + Repeat("{(x ", kMegabyte / 4) + "size = 5)}\n";
+    EXPECT_EQ(DownloadCount(condition), 1u);
+
+    // An unknown megabyte line with LF ends swallows the rest of the script.
+    ActionShellParser parser;
+    Stringy unknown(longWord + "\ndelete a");
+    EXPECT_THROW(parser.GetCommand(unknown), UnknownCommand);
+    EXPECT_TRUE(unknown.empty());
+    EXPECT_EQ(parser.GetCurrentArguments().Length(), kMegabyte + 9);
+}
+
+TEST(BadInput, HundredThousandNestedIfs) {
+    constexpr std::size_t kDepth = 100000;
+    std::string const balanced =
+        Repeat("if true\n", kDepth) + "download http://s/deep\n" + Repeat("endif\n", kDepth);
+    EXPECT_EQ(RunLikeHost(balanced), 1u);
+    EXPECT_EQ(DownloadCount(balanced), 1u);
+    // The line counter is 16 bits wide and wraps on such long scripts.
+    EXPECT_EQ(ActionShellParser::GetNumberOfActionLines(balanced),
+              static_cast<std::uint16_t>(2 * kDepth + 1));
+    EXPECT_THROW(RunLikeHost(Repeat("if true\n", kDepth)), MissingEndif);
+    EXPECT_THROW(RunLikeHost(balanced + "endif\n"), EndifWithoutIf);
+}
+
+TEST(BadInput, CreateFileWithoutItsEnd) {
+    EXPECT_THROW(ActionShellParser::GetNumberOfActionLines("createfile until END\nbody\nbody\n"),
+                 MissingCreateFileDelimiter);
+    EXPECT_THROW(RunLikeHost("createfile until\n"), MissingCreateFileDelimiter);
+    EXPECT_THROW(DownloadCount("createfile until @@\n" + Repeat("line\n", 1000)),
+                 MissingCreateFileDelimiter);
+}
+
+TEST(BadInput, BinaryGarbageEndsInASyntaxErrorOrAResult) {
+    std::mt19937 random(2024);
+    std::uniform_int_distribution<int> byte(0, 255);
+    std::vector<std::string> const seeds = {
+        "if ", "endif\n", "else\n", "download ", "createfile until x\n", "prefetch ", "\r", "\n"};
+    std::uniform_int_distribution<std::size_t> pick(0, seeds.size() - 1);
+    for (int round = 0; round < 300; ++round) {
+        std::string script;
+        for (int piece = 0; piece < 40; ++piece) {
+            if (byte(random) < 64)
+                script += seeds[pick(random)];
+            else
+                script += static_cast<char>(byte(random));
+        }
+        auto const survives = [&](auto&& call) {
+            try {
+                call();
+            } catch (ActionSyntaxError const&) {
+                EXPECT_NE(GetActionSyntaxErrorString(), "Unknown ActionSyntaxError.");
+            }
+        };
+        survives([&] { ActionShellParser::GetNumberOfActionLines(script); });
+        survives([&] {
+            std::vector<std::string> lines;
+            ActionShellParser::BuildCommandLineList(script, lines);
+        });
+        survives([&] { RunLikeHost(script); });
+        survives([&] { DownloadCount(script); });
+    }
+}

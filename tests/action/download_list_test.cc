@@ -1,0 +1,221 @@
+#include "action/download_list.h"
+#include "action/mirror_download_parser.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+namespace {
+
+// One entry as text: name|url|hash type|hash value|size|required.
+std::string Describe(DownloadFileInfo const& info) {
+    return info.GetName().str() + "|" + info.url.str() + "|" + info.hashType.str() + "|" +
+           info.hashValue.str() + "|" + info.size.str() + "|" + (info.required ? "req" : "opt");
+}
+
+struct Built {
+    bool any = false;
+    std::vector<std::string> entries;
+    std::string version;
+};
+
+Built Build(std::string const& script) {
+    MirrorDownloadActionParser parser;
+    DownloadList list;
+    list.Add("1, sha1:x, http://stale"); // must be reset away
+    WinVersion version{{9, 9, 9, 9}, 4};
+    Built built;
+    built.any = parser.BuildMirrorDownloadList(Stringy(script), list, version);
+    for (std::size_t i = 0; i < list.GetCount(); ++i)
+        built.entries.push_back(Describe(list.GetDownloadFileInfo(i)));
+    built.version = version.AsString();
+    return built;
+}
+
+using Entries = std::vector<std::string>;
+
+constexpr char const* kDigest = "0123456789abcdef0123456789abcdef01234567";
+
+// Records the parameter lines the host would execute.
+class ParameterRecorder : public MirrorDownloadActionParser {
+public:
+    std::vector<std::string> parameters;
+
+protected:
+    void ParameterCommand(Stringy const& arguments) override {
+        parameters.push_back(arguments.str());
+    }
+};
+
+} // namespace
+
+TEST(DownloadFileInfo, ParsesSizeAndHashTexts) {
+    DownloadFileInfo info(" http://s/a.zip\t", "size: 1234 ", "sha256 : ABC ", "a.zip", false);
+    EXPECT_EQ(info.url.str(), "http://s/a.zip");
+    EXPECT_EQ(info.size.str(), "1234");
+    EXPECT_EQ(info.hashType.str(), "sha256");
+    EXPECT_EQ(info.hashValue.str(), "ABC");
+    EXPECT_EQ(info.name.str(), "a.zip");
+    EXPECT_FALSE(info.required);
+    EXPECT_FALSE(info.utility);
+
+    DownloadFileInfo unknown("u", "size:null", "sha1:null", "", true);
+    EXPECT_EQ(unknown.size.str(), "");
+    EXPECT_EQ(unknown.hashType.str(), "sha1");
+    EXPECT_EQ(unknown.hashValue.str(), "");
+    DownloadFileInfo bare("u", "77", "nocolon", "", true);
+    EXPECT_EQ(bare.size.str(), "");
+    EXPECT_EQ(bare.hashType.str(), "");
+    EXPECT_EQ(bare.hashValue.str(), "");
+}
+
+TEST(DownloadFileInfo, ParsesCommaSeparatedLines) {
+    DownloadFileInfo info(" 42 , sha1: abc , http://s/p/file.bin ");
+    EXPECT_EQ(info.size.str(), "42");
+    EXPECT_EQ(info.hashType.str(), "sha1");
+    EXPECT_EQ(info.hashValue.str(), "abc");
+    EXPECT_EQ(info.url.str(), "http://s/p/file.bin");
+    EXPECT_TRUE(info.required);
+    EXPECT_EQ(info.GetName().str(), "file.bin");
+    DownloadFileInfo withCommaInUrl("1,sha1:a,http://s/x?a=1,2");
+    EXPECT_EQ(withCommaInUrl.url.str(), "http://s/x?a=1,2");
+    DownloadFileInfo sizeOnly("5");
+    EXPECT_EQ(sizeOnly.size.str(), "5");
+    EXPECT_EQ(sizeOnly.url.str(), "");
+}
+
+TEST(DownloadList, CountsFlagsAndRequiredEntries) {
+    DownloadList list;
+    list.Add("u1", "size:10", "sha1:a", "", false);
+    list.Add("u2", "size:99", "sha1:b", "");
+    EXPECT_EQ(list.GetCount(), 2u);
+    EXPECT_FALSE(list.GetDownloadFileInfo(0).required);
+    EXPECT_TRUE(list.GetDownloadFileInfo(1).required);
+    EXPECT_TRUE(list.AnyRequired(0));
+    EXPECT_TRUE(list.AnyRequired(1));
+    EXPECT_FALSE(list.AnyRequired(2));
+    EXPECT_TRUE(list.SingleDownloadLessThan(100));
+    EXPECT_FALSE(list.SingleDownloadLessThan(99));
+    list.Add(DownloadFileInfo("u3", "size:null", "sha1:c", "", true));
+    EXPECT_FALSE(list.SingleDownloadLessThan(1000)); // two required
+    list.SetUtility(2);
+    EXPECT_TRUE(list.GetDownloadFileInfo(2).utility);
+    EXPECT_THROW(list.SetUtility(3), std::out_of_range);
+    list.SetFlags(5);
+    list.Reset();
+    EXPECT_EQ(list.GetCount(), 0u);
+    EXPECT_EQ(list.GetFlags(), 0);
+    EXPECT_FALSE(list.SingleDownloadLessThan(1000)); // none required
+    list.Add("u", "size:null", "sha1:null", "");
+    EXPECT_FALSE(list.SingleDownloadLessThan(1000)); // size unknown
+}
+
+TEST(InsureGoodName, AcceptsShortPlainNamesOnly) {
+    MirrorDownloadActionParser parser;
+    for (char const* good : {"", "a", "setup-1.2.pkg", "ABCDEFGHIJKLMNOPQRSTUVWXYZ012345"})
+        EXPECT_NO_THROW(parser.InsureGoodName(good)) << good;
+    for (char const* bad :
+         {"ABCDEFGHIJKLMNOPQRSTUVWXYZ0123456", ".hidden", "a_b", "a b", "a/b", "caf\xc3\xa9"})
+        EXPECT_THROW(parser.InsureGoodName(bad), DownloadNameError) << bad;
+}
+
+TEST(BuildMirrorDownloadList, PrefetchLinesGiveCompleteEntries) {
+    Built const built = Build(std::string("prefetch setup.pkg sha1:") + kDigest +
+                              " size:1048576 http://s/setup.pkg\nrun setup.pkg");
+    EXPECT_TRUE(built.any);
+    EXPECT_EQ(built.entries, Entries{std::string("setup.pkg|http://s/setup.pkg|sha1|") + kDigest +
+                                     "|1048576|req"});
+    EXPECT_EQ(built.version, "6.0.0.0");
+}
+
+TEST(BuildMirrorDownloadList, DownloadFollowedByContinueIfGivesTheSameEntry) {
+    Built const built = Build(std::string("download http://s/setup.pkg\n"
+                                          "continue if {(size of file \"setup.pkg\" = 1048576) "
+                                          "and (sha1 of file \"setup.pkg\" = \"") +
+                              kDigest + "\")}\n");
+    EXPECT_EQ(built.entries, Entries{std::string("setup.pkg|http://s/setup.pkg|sha1|") + kDigest +
+                                     "|1048576|req"});
+    EXPECT_EQ(built.version, "0.0.0.0");
+}
+
+TEST(BuildMirrorDownloadList, ContinueIfAcceptsIsAndEqualsInAnyOrder) {
+    Built const built = Build("download as f.bin http://s/x\n"
+                              "continue if {sha1 of file \"f.bin\" IS \"ab\" AND size of file "
+                              "\"f.bin\" equals 7}\n");
+    EXPECT_EQ(built.entries, Entries{"f.bin|http://s/x|sha1|ab|7|req"});
+}
+
+TEST(BuildMirrorDownloadList, TwoDownloadsInARowHaveNoHashOrSize) {
+    Built const built = Build("download save http://s/a\ndownload open http://s/b\n");
+    EXPECT_EQ(built.entries, (Entries{"a|http://s/a|sha1|||req", "b|http://s/b|sha1|||req"}));
+}
+
+TEST(BuildMirrorDownloadList, DownloadNowAddsNothing) {
+    Built const built = Build("download now http://s/a\ncontinue if {sha1 of x = 1}");
+    EXPECT_FALSE(built.any);
+    EXPECT_EQ(built.entries, Entries{});
+}
+
+TEST(BuildMirrorDownloadList, FalseBranchDownloadsAreNotRequired) {
+    Built const built = Build("if cond\ndownload http://s/a\nelse\ndownload http://s/b\nendif");
+    // The base parser takes every if; only the else branch is false.
+    EXPECT_EQ(built.entries, (Entries{"a|http://s/a|sha1|||req", "b|http://s/b|sha1|||opt"}));
+}
+
+TEST(BuildMirrorDownloadList, ContinueIfInFalseBranchStillFillsThePendingDownload) {
+    Built const built =
+        Build("download http://s/a\nif x\nelse\ncontinue if {size of file = 3}\nendif\n");
+    EXPECT_EQ(built.entries, Entries{"a|http://s/a|sha1||3|req"});
+}
+
+TEST(BuildMirrorDownloadList, PrefetchFaultsThrowWithTheirLine) {
+    MirrorDownloadActionParser parser;
+    DownloadList list;
+    WinVersion version;
+    try {
+        parser.BuildMirrorDownloadList("delete a\nprefetch a sha1:1 size:1\n", list, version);
+        ADD_FAILURE() << "no exception";
+    } catch (PrefetchCommandSyntaxError const& error) {
+        EXPECT_EQ(error.GetLineNumber(), 2);
+    }
+    MirrorDownloadActionParser names;
+    EXPECT_THROW(
+        names.BuildMirrorDownloadList("prefetch a_b sha1:1 size:1 http://s/a", list, version),
+        DownloadNameError);
+    MirrorDownloadActionParser pending;
+    EXPECT_THROW(pending.BuildMirrorDownloadList("download as .x http://s/a", list, version),
+                 DownloadNameError);
+}
+
+// In a false branch the createfile body is skipped by the block control and
+// then once more up to the next delimiter; hosts list downloads this way.
+TEST(BuildMirrorDownloadList, CreateFileInFalseBranchIsSkippedTwice) {
+    std::string const script = "if x\nelse\ncreatefile until //end\nbody\n//end\n"
+                               "download http://s/hidden\n//end\nendif\ndownload http://s/seen\n";
+    Built const built = Build(script);
+    EXPECT_EQ(built.entries, Entries{"seen|http://s/seen|sha1|||req"});
+    EXPECT_EQ(ActionShellParser::GetNumberOfActionLines(script), 9);
+
+    MirrorDownloadActionParser parser;
+    DownloadList list;
+    WinVersion version;
+    EXPECT_THROW(parser.BuildMirrorDownloadList(
+                     "if x\nelse\ncreatefile until END\nbody\nEND\nendif\n", list, version),
+                 MissingCreateFileDelimiter);
+}
+
+TEST(BuildMirrorDownloadList, ParameterLinesReachTheHostOnlyInTrueBlocks) {
+    ParameterRecorder parser;
+    DownloadList list;
+    WinVersion version;
+    EXPECT_FALSE(parser.BuildMirrorDownloadList(
+        "parameter \"a\"=\"1\"\nif x\nelse\nparameter \"b\"=\"2\"\nendif", list, version));
+    EXPECT_EQ(parser.parameters, std::vector<std::string>{"\"a\"=\"1\""});
+}
+
+TEST(BuildMirrorDownloadList, VersionIsTheScriptsHighestMinimum) {
+    EXPECT_EQ(Build("delete a\nnotify client\n").version, "6.0.14.0");
+    EXPECT_EQ(Build("").version, "0.0.0.0");
+    EXPECT_FALSE(Build("").any);
+}
