@@ -1,0 +1,215 @@
+// zorq as a user runs it: a separate process, its output and exit status.
+#include <filesystem>
+#include <fstream>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+#include <regex>
+#include <sstream>
+#include <unistd.h>
+
+#include "tests/zorq/subprocess.h"
+
+namespace zorq::testing {
+namespace {
+
+using ::testing::HasSubstr;
+using ::testing::StartsWith;
+using Json = nlohmann::json;
+
+std::vector<std::string> lines(std::string const& text) {
+    std::vector<std::string> result;
+    std::istringstream in(text);
+    for (std::string line; std::getline(in, line);)
+        result.push_back(line);
+    return result;
+}
+
+// A file removed when the test ends.
+class TemporaryFile {
+public:
+    explicit TemporaryFile(std::string const& contents)
+        : path_(std::filesystem::temp_directory_path() /
+                ("zorq-cli-" + std::to_string(getpid()) + "-" + std::to_string(++count_))) {
+        std::ofstream(path_) << contents;
+    }
+    TemporaryFile(TemporaryFile const&) = delete;
+    TemporaryFile& operator=(TemporaryFile const&) = delete;
+    ~TemporaryFile() { std::filesystem::remove(path_); }
+    std::string path() const { return path_.string(); }
+
+private:
+    static inline int count_ = 0;
+    std::filesystem::path path_;
+};
+
+TEST(ZorqCli, PrintsEachAnswerOnItsOwnLine) {
+    auto const outcome = zorq({"--no-plugin", "1 + 2 * 3", "\"ab\" & \"cd\"", "(1; 2; 3)"});
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_EQ(outcome.out, "A: 7\nA: abcd\nA: 1\nA: 2\nA: 3\n");
+    EXPECT_EQ(outcome.err, "");
+}
+
+TEST(ZorqCli, AnEmptyPluralIsNoAnswerAndNoError) {
+    auto const outcome = zorq({"--no-plugin", "(1; 2) whose (it > 5)"});
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_EQ(outcome.out, "");
+}
+
+TEST(ZorqCli, ErrorsCarryTheColumnAndMakeTheStatusOne) {
+    auto const outcome = zorq({"--no-plugin", "1 + 1", "length of 5", "2 + )", "3"});
+    EXPECT_EQ(outcome.status, 1);
+    auto const output = lines(outcome.out);
+    ASSERT_EQ(output.size(), 4u) << outcome.out;
+    EXPECT_EQ(output[0], "A: 2");
+    EXPECT_THAT(output[1], StartsWith("E: column 1: "));
+    EXPECT_THAT(output[1], HasSubstr("\"length\""));
+    EXPECT_THAT(output[1], HasSubstr("\"integer\""));
+    EXPECT_THAT(output[2], StartsWith("E: column 5: "));
+    EXPECT_EQ(output[3], "A: 3") << "later expressions still run";
+}
+
+TEST(ZorqCli, EvaluationErrorsHaveNoColumn) {
+    auto const outcome = zorq({"--no-plugin", "(1; 2) whose (it > 5) + 1"});
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_THAT(outcome.out, StartsWith("E: "));
+    EXPECT_THAT(outcome.out, ::testing::Not(HasSubstr("column")));
+}
+
+TEST(ZorqCli, TimePrintsMicrosecondsAfterEachExpression) {
+    auto const outcome = zorq({"--no-plugin", "-t", "(1; 2)", "length of 5"});
+    EXPECT_EQ(outcome.status, 1);
+    auto const output = lines(outcome.out);
+    ASSERT_EQ(output.size(), 5u) << outcome.out;
+    std::regex const time("T: [0-9]+ us");
+    EXPECT_EQ(output[0], "A: 1");
+    EXPECT_EQ(output[1], "A: 2");
+    EXPECT_TRUE(std::regex_match(output[2], time)) << output[2];
+    EXPECT_THAT(output[3], StartsWith("E: "));
+    EXPECT_TRUE(std::regex_match(output[4], time)) << output[4];
+}
+
+TEST(ZorqCli, JsonLines) {
+    auto const outcome = zorq({"--no-plugin", "--json", "(1; 2)", "\"x\"", "length of 5", "1 +"});
+    EXPECT_EQ(outcome.status, 1);
+    auto const output = lines(outcome.out);
+    ASSERT_EQ(output.size(), 4u) << outcome.out;
+    auto const plural = Json::parse(output[0]);
+    EXPECT_EQ(plural["expression"], "(1; 2)");
+    EXPECT_EQ(plural["type"], "integer");
+    EXPECT_EQ(plural["plural"], true);
+    EXPECT_EQ(plural["answers"], Json::array({"1", "2"}));
+    EXPECT_TRUE(plural["error"].is_null());
+    EXPECT_GE(plural["time_us"].get<int>(), 0);
+
+    auto const singular = Json::parse(output[1]);
+    EXPECT_EQ(singular["type"], "string");
+    EXPECT_EQ(singular["plural"], false);
+    EXPECT_EQ(singular["answers"], Json::array({"x"}));
+
+    auto const binding = Json::parse(output[2]);
+    EXPECT_TRUE(binding["type"].is_null());
+    EXPECT_EQ(binding["answers"], Json::array());
+    EXPECT_EQ(binding["error"]["kind"], "binding");
+    EXPECT_EQ(binding["error"]["column"], 1);
+    EXPECT_THAT(binding["error"]["message"].get<std::string>(), HasSubstr("\"length\""));
+    EXPECT_THAT(binding["error"]["message"].get<std::string>(),
+                ::testing::Not(StartsWith("column")));
+
+    EXPECT_EQ(Json::parse(output[3])["error"]["kind"], "syntax");
+}
+
+TEST(ZorqCli, ReadsFilesAndStandardInput) {
+    TemporaryFile const file("// sums\n1 + 1\n\n   \n2 + 2\r\n   // indented comment\n");
+    auto const outcome = zorq({"--no-plugin", "0", "-f", file.path(), "-f", "-", "5"}, "3\n4\n");
+    EXPECT_EQ(outcome.status, 0) << outcome.err;
+    EXPECT_EQ(outcome.out, "A: 0\nA: 2\nA: 4\nA: 3\nA: 4\nA: 5\n");
+
+    // With no expression and standard input not a terminal, lines come from it.
+    auto const piped = zorq({"--no-plugin"}, "6 * 7\n// skip\n\"a\" & \"b\"\n");
+    EXPECT_EQ(piped.status, 0);
+    EXPECT_EQ(piped.out, "A: 42\nA: ab\n");
+}
+
+TEST(ZorqCli, BadUsageExitsWithTwoBeforeEvaluating) {
+    auto const missing = zorq({"--no-plugin", "1", "-f", "/nonexistent/zorq/exprs.txt"});
+    EXPECT_EQ(missing.status, 2);
+    EXPECT_EQ(missing.out, "");
+    EXPECT_THAT(missing.err, HasSubstr("cannot read file /nonexistent/zorq/exprs.txt"));
+
+    for (std::vector<std::string> const& arguments : {std::vector<std::string>{"--bogus", "1"},
+                                                      {"1", "-f"},
+                                                      {"--max-time", "soon", "1"},
+                                                      {"--no-plugin", "--plugin", "x.so"}}) {
+        auto const outcome = zorq(arguments);
+        EXPECT_EQ(outcome.status, 2) << arguments[0];
+        EXPECT_EQ(outcome.out, "") << arguments[0];
+        EXPECT_THAT(outcome.err, HasSubstr("zorq --help")) << arguments[0];
+    }
+}
+
+TEST(ZorqCli, Help) {
+    auto const outcome = zorq({"--help"});
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_THAT(outcome.out, StartsWith("Usage: zorq"));
+    EXPECT_THAT(outcome.out, HasSubstr("--phrases"));
+    EXPECT_EQ(outcome.err, "");
+}
+
+TEST(ZorqCli, PhraseListingAsTableAndJson) {
+    auto const table = zorq({"--no-plugin", "--phrases"});
+    EXPECT_EQ(table.status, 0);
+    auto const rows = lines(table.out);
+    ASSERT_GT(rows.size(), 20u);
+    EXPECT_THAT(rows[0], StartsWith("KIND"));
+    std::regex const stringLength("property +length +lengths +string +- +integer");
+    EXPECT_TRUE(std::any_of(rows.begin(), rows.end(), [&](auto const& row) {
+        return std::regex_search(row, stringLength);
+    })) << table.out;
+
+    auto const json = zorq({"--no-plugin", "--phrases", "--json"});
+    EXPECT_EQ(json.status, 0);
+    auto const objects = lines(json.out);
+    EXPECT_EQ(objects.size(), rows.size() - 1) << "one object per table row";
+    bool foundLength = false;
+    for (auto const& line : objects) {
+        auto const entry = Json::parse(line);
+        EXPECT_TRUE(entry["kind"].is_string());
+        EXPECT_TRUE(entry["phrase"].is_string());
+        foundLength = foundLength || (entry["phrase"] == "length" && entry["object"] == "string" &&
+                                      entry["result"] == "integer");
+    }
+    EXPECT_TRUE(foundLength);
+
+    // Expressions given beside --phrases still run after the listing.
+    auto const both = zorq({"--no-plugin", "--phrases", "1 + 1"});
+    EXPECT_TRUE(both.out.ends_with("\nA: 2\n"));
+}
+
+TEST(ZorqCli, PluginOptions) {
+    auto const missing = zorq({"--plugin", "/nonexistent/libZORInspectors.so", "1"});
+    EXPECT_EQ(missing.status, 2);
+    EXPECT_EQ(missing.out, "");
+    EXPECT_THAT(missing.err, HasSubstr("/nonexistent/libZORInspectors.so"));
+
+    auto const probe = zorq({"--plugin", PROBE_PLUGIN, "1 + 1"});
+    EXPECT_EQ(probe.status, 0) << probe.err;
+    EXPECT_EQ(probe.out, "A: 2\n");
+}
+
+TEST(ZorqCli, StepBudgetStopsALongEvaluation) {
+    std::string longPlural = "number of (0";
+    for (int value = 1; value < 2000; ++value)
+        longPlural += "; " + std::to_string(value);
+    longPlural += ")";
+    auto const unlimited = zorq({"--no-plugin", longPlural});
+    EXPECT_EQ(unlimited.status, 0) << unlimited.out;
+    EXPECT_EQ(unlimited.out, "A: 2000\n");
+
+    auto const limited = zorq({"--no-plugin", "--max-steps", "100", longPlural});
+    EXPECT_EQ(limited.status, 1);
+    EXPECT_THAT(limited.out, StartsWith("E: "));
+}
+
+} // namespace
+} // namespace zorq::testing

@@ -1,0 +1,193 @@
+#include "tools/zorq/options.h"
+
+#include <array>
+#include <charconv>
+#include <cstdint>
+#include <optional>
+
+namespace zorq {
+namespace {
+
+// Hands out the arguments one at a time; options that take a value pull it
+// from the next argument.
+class ArgumentReader {
+public:
+    explicit ArgumentReader(std::span<char const* const> arguments) : arguments_(arguments) {}
+
+    bool done() const { return next_ == arguments_.size(); }
+    std::string_view take() { return arguments_[next_++]; }
+
+    std::string_view valueFor(std::string_view option) {
+        if (done())
+            throw UsageError("option " + std::string(option) + " needs a value");
+        return take();
+    }
+
+private:
+    std::span<char const* const> arguments_;
+    std::size_t next_ = 0;
+};
+
+// "-1 + 2" and "- x" are expressions; "-t" and "--json" are options.
+bool looksLikeOption(std::string_view argument) {
+    if (argument.size() < 2 || argument[0] != '-')
+        return false;
+    char const second = argument[1];
+    return second == '-' || (second >= 'a' && second <= 'z') || (second >= 'A' && second <= 'Z');
+}
+
+std::uint64_t parseCount(std::string_view option, std::string_view text) {
+    std::uint64_t value = 0;
+    auto const [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+    if (text.empty() || error != std::errc() || end != text.data() + text.size())
+        throw UsageError("option " + std::string(option) + " needs a whole number, not \"" +
+                         std::string(text) + "\"");
+    return value;
+}
+
+// --plugin and --no-plugin contradict each other, in either order.
+void choosePlugin(Options& options, PluginChoice choice, std::string_view path) {
+    if (options.plugin != PluginChoice::Default && options.plugin != choice)
+        throw UsageError("options --plugin and --no-plugin exclude each other");
+    if (choice == PluginChoice::Named && path.empty())
+        throw UsageError("option --plugin needs a file name");
+    options.plugin = choice;
+    options.pluginPath = std::string(path);
+}
+
+// Options that take no value.
+struct Flag {
+    std::string_view shortName;
+    std::string_view longName;
+    void (*apply)(Options&);
+};
+
+constexpr std::array flags{
+    Flag{"-h", "--help", [](Options& options) { options.help = true; }},
+    Flag{"-t", "--time", [](Options& options) { options.time = true; }},
+    Flag{"", "--json", [](Options& options) { options.json = true; }},
+    Flag{"", "--phrases", [](Options& options) { options.phrases = true; }},
+    Flag{"", "--no-plugin",
+         [](Options& options) { choosePlugin(options, PluginChoice::None, {}); }},
+};
+
+Flag const* findFlag(std::string_view name) {
+    for (auto const& flag : flags) {
+        if (name == flag.longName || (!flag.shortName.empty() && name == flag.shortName))
+            return &flag;
+    }
+    return nullptr;
+}
+
+bool takesValue(std::string_view name) {
+    return name == "-f" || name == "--file" || name == "--max-time" || name == "--max-steps" ||
+           name == "--plugin";
+}
+
+void applyValue(Options& options, std::string_view name, std::string_view value) {
+    if (name == "-f" || name == "--file") {
+        options.inputs.push_back({Input::Kind::File, std::string(value)});
+    } else if (name == "--max-time") {
+        options.budget.time = std::chrono::milliseconds(parseCount(name, value));
+    } else if (name == "--max-steps") {
+        options.budget.steps = parseCount(name, value);
+    } else {
+        choosePlugin(options, PluginChoice::Named, value);
+    }
+}
+
+// Applies one option; a long option may carry its value after "=".
+void applyOption(Options& options, std::string_view argument, ArgumentReader& reader) {
+    std::string_view name = argument;
+    std::optional<std::string_view> attached;
+    if (argument.starts_with("--")) {
+        if (auto const equals = argument.find('='); equals != std::string_view::npos) {
+            name = argument.substr(0, equals);
+            attached = argument.substr(equals + 1);
+        }
+    }
+    if (takesValue(name)) {
+        applyValue(options, name, attached ? *attached : reader.valueFor(name));
+        return;
+    }
+    auto const* flag = findFlag(name);
+    if (flag == nullptr)
+        throw UsageError("unknown option " + std::string(name));
+    if (attached)
+        throw UsageError("option " + std::string(name) + " takes no value");
+    flag->apply(options);
+}
+
+} // namespace
+
+Options parseOptions(std::span<char const* const> arguments) {
+    Options options;
+    ArgumentReader reader(arguments);
+    bool optionsEnded = false;
+    while (!reader.done()) {
+        std::string_view const argument = reader.take();
+        if (optionsEnded || !looksLikeOption(argument)) {
+            options.inputs.push_back({Input::Kind::Expression, std::string(argument)});
+        } else if (argument == "--") {
+            optionsEnded = true;
+        } else {
+            applyOption(options, argument, reader);
+        }
+    }
+    return options;
+}
+
+std::string usageText() {
+    return R"usage(Usage: zorq [OPTION]... [EXPRESSION]...
+Evaluate query-language expressions and print their answers.
+
+Each answer is printed on its own line as "A: text"; a failure as
+"E: message" (syntax and binding errors start with the column of the
+offending text). With no expression and no -f, zorq reads expressions
+interactively with line editing and history (~/.zorq_history) when
+standard input is a terminal, and one per line from standard input
+otherwise.
+
+Input:
+  -f, --file FILE      evaluate each line of FILE ("-" reads standard input);
+                       blank lines and lines starting with // are skipped
+  --                   treat every later argument as an expression
+                       (an argument such as "-1 + 2" already is one)
+Output:
+  -t, --time           print "T: <microseconds> us" after each expression:
+                       the time taken to compile and evaluate it
+  --json               print one JSON object per expression: expression,
+                       type, plural, answers, error (null or kind, column,
+                       message) and time_us
+  --phrases            list every registered phrase with its kind, plural,
+                       object, index and result types (JSON lines with --json)
+Limits:
+  --max-time MS        stop an evaluation after MS milliseconds
+  --max-steps N        stop an evaluation after N steps
+Inspectors:
+  --plugin PATH        load this inspector plug-in instead of the default
+  --no-plugin          load no plug-in: only the core types are available
+                       (by default libZORInspectors.so is loaded from the
+                       build tree or from ../lib beside zorq, when present)
+  -h, --help           show this help
+
+Exit status: 0 when every expression evaluated, 1 when any failed,
+2 for bad usage (unknown option, unreadable file, plug-in that fails to load).
+
+Examples:
+  zorq '1 + 2 * 3'
+      A: 7
+  zorq '"abc" & "def"' 'length of "hello"'
+      A: abcdef
+      A: 5
+  zorq '(1; 2; 3) whose (it > 1)'
+      A: 2
+      A: 3
+  zorq --json 'number of (1; 2; 3)'
+      {"expression":"number of (1; 2; 3)","type":"integer","plural":false,...}
+  zorq -t -f checks.txt
+  zorq --phrases | grep 'of string'
+)usage";
+}
+
+} // namespace zorq
