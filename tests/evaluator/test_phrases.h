@@ -1,0 +1,163 @@
+// A small family of phrases registered through the raw registration API, so
+// the tests can drive binding and evaluation without any inspector library.
+#pragma once
+
+#include <cstring>
+#include <string>
+
+#include "evaluator/errors.h"
+#include "evaluator/registration.h"
+#include "evaluator/values.h"
+
+namespace zor::testing {
+
+struct Animal {
+    integer legs;
+    char const* name;
+};
+
+struct Counters {
+    int constructed = 0, destroyed = 0, firsts = 0, nexts = 0, valuesDestroyed = 0;
+};
+inline Counters counters;
+
+// Iterates 1..limit (limit < 0: forever).
+struct Ticker {
+    integer position;
+};
+
+inline inspector_string literal(char const* text) {
+    return {reinterpret_cast<unsigned char const*>(text),
+            static_cast<std::uint32_t>(std::strlen(text))};
+}
+
+inline Animal const kPets[] = {{4, "rex"}, {4, "tom"}, {2, "polly"}};
+
+// Registers the test phrases for its lifetime.
+class TestPhrases {
+public:
+    TestPhrases() {
+        Register_Type(types_[0], sizeof types_[0], "test animal", sizeof(Animal), nullptr, nullptr,
+                      0);
+        Register_Type(types_[1], sizeof types_[1], "test dog", sizeof(Animal), nullptr,
+                      "test animal", 0);
+        Register_Type(types_[2], sizeof types_[2], "test resource", sizeof(integer),
+                      destroyResource, nullptr, 0);
+        property("test dog", "test dogs", "", "", "test dog", theDog);
+        property("legs", "legs", "", "test animal", "integer", legs);
+        property("sound", "sounds", "", "test animal", "string", animalSound);
+        property("sound", "sounds", "", "test dog", "string", dogSound);
+        property("test pet", "test pets", "integer", "", "test animal", petByNumber);
+        property("test pet", "test pets", "string", "", "test animal", petByName);
+        property("test resource", "test resources", "", "", "test resource", resource);
+        property("id", "ids", "", "test resource", "integer", resourceId);
+        iterated("test pet", "test pets", "", "test animal", sizeof(integer), pets, pets);
+        iterated("tick", "ticks", "integer", "integer", sizeof(Ticker), tickFirst, tickNext);
+        Register_Cast(casts_[0], sizeof casts_[0], "string", "test animal", "string", animalName,
+                      nullptr, nullptr);
+    }
+    ~TestPhrases() {
+        for (int i = properties_ - 1; i >= 0; --i)
+            if (!withdrawn_[i])
+                Unregister_Property(blocks_[i]);
+        Unregister_Cast(casts_[0]);
+        for (int i = 2; i >= 0; --i)
+            Unregister_Type(types_[i]);
+    }
+    TestPhrases(TestPhrases const&) = delete;
+    TestPhrases& operator=(TestPhrases const&) = delete;
+
+    // Withdraws both "sound" registrations ahead of the others.
+    void withdrawSound() {
+        for (int i : {2, 3}) {
+            Unregister_Property(blocks_[i]);
+            withdrawn_[i] = true;
+        }
+    }
+
+private:
+    void property(char const* phrase, char const* plural, char const* index, char const* object,
+                  char const* result, PropertyThunk get) {
+        Register_Property(blocks_[properties_++], kPropertyBlockSize, phrase, plural, index, object,
+                          result, get, nullptr, nullptr);
+    }
+    void iterated(char const* phrase, char const* plural, char const* index, char const* result,
+                  unsigned long stateSize, PropertyThunk first, PropertyThunk next) {
+        Register_Iterated_Property(blocks_[properties_++], kPropertyBlockSize, phrase, plural,
+                                   index, "", result, stateSize, construct, destroy, first, next,
+                                   nullptr, nullptr);
+    }
+
+    static void construct(void* state) {
+        ++counters.constructed;
+        std::memset(state, 0, sizeof(Ticker));
+    }
+    static void destroy(void const*) { ++counters.destroyed; }
+    static void destroyResource(void const*) { ++counters.valuesDestroyed; }
+
+    static void theDog(void* result, void const*, void const*, void*, void const*) {
+        *static_cast<Animal*>(result) = kPets[0];
+    }
+    static void legs(void* result, void const*, void const* object, void*, void const*) {
+        *static_cast<integer*>(result) = static_cast<Animal const*>(object)->legs;
+    }
+    static void animalSound(void* result, void const*, void const*, void*, void const*) {
+        *static_cast<inspector_string*>(result) = literal("...");
+    }
+    static void dogSound(void* result, void const*, void const*, void*, void const*) {
+        *static_cast<inspector_string*>(result) = literal("woof");
+    }
+    static void petByNumber(void* result, void const* index, void const*, void*, void const*) {
+        integer n = *static_cast<integer const*>(index);
+        if (n < 1 || n > 3)
+            throw NoSuchObject();
+        *static_cast<Animal*>(result) = kPets[n - 1];
+    }
+    static void petByName(void* result, void const* index, void const*, void*, void const*) {
+        auto const* name = static_cast<inspector_string const*>(index);
+        for (auto const& pet : kPets)
+            if (std::string(pet.name) ==
+                std::string(reinterpret_cast<char const*>(name->pointer), name->length)) {
+                *static_cast<Animal*>(result) = pet;
+                return;
+            }
+        throw NoSuchObject();
+    }
+    static void pets(void* result, void const*, void const*, void* state, void const*) {
+        auto& position = static_cast<Ticker*>(state)->position;
+        if (position >= 3)
+            throw NoSuchObject();
+        *static_cast<Animal*>(result) = kPets[position++];
+    }
+    static void resource(void* result, void const*, void const*, void*, void const*) {
+        *static_cast<integer*>(result) = 7;
+    }
+    static void resourceId(void* result, void const*, void const* object, void*, void const*) {
+        *static_cast<integer*>(result) = *static_cast<integer const*>(object);
+    }
+    static void tickFirst(void* result, void const* index, void const* object, void* state,
+                          void const* registration) {
+        ++counters.firsts;
+        --counters.nexts;
+        tickNext(result, index, object, state, registration);
+    }
+    static void tickNext(void* result, void const* index, void const*, void* state, void const*) {
+        ++counters.nexts;
+        integer limit = *static_cast<integer const*>(index);
+        auto& position = static_cast<Ticker*>(state)->position;
+        if (limit >= 0 && position >= limit)
+            throw NoSuchObject();
+        *static_cast<integer*>(result) = ++position;
+    }
+    static void animalName(void* result, void const* object, void const*) {
+        *static_cast<inspector_string*>(result) = literal(static_cast<Animal const*>(object)->name);
+    }
+
+    alignas(16) unsigned char types_[3][kTypeBlockSize];
+    alignas(16) unsigned char blocks_[16][kPropertyBlockSize];
+    alignas(16) unsigned char casts_[1][kPropertyBlockSize];
+    int properties_ = 0;
+    bool withdrawn_[16] = {};
+};
+
+} // namespace zor::testing
