@@ -1,0 +1,155 @@
+#include "tools/zoraction/action_check.h"
+
+#include <gtest/gtest.h>
+
+#include <sys/wait.h>
+
+#include <cstdio>
+#include <fstream>
+#include <string>
+
+namespace {
+
+constexpr char const* kDigest = "0123456789abcdef0123456789abcdef01234567";
+
+// A script in LF form; Convert gives its other line-end styles.
+std::string SampleScript() {
+    return std::string("// install the tool\n"
+                       "prefetch tool.pkg sha1:") +
+           kDigest +
+           " size:2048 http://s/tool.pkg\n"
+           "\n"
+           "if {exists file \"/x\"}\n"
+           "  createfile until @END\n"
+           "#!/bin/sh\n"
+           "echo hi\n"
+           "@END\n"
+           "else\n"
+           "  download http://s/extra.zip\n"
+           "  continue if {size of file \"extra.zip\" = 10}\n"
+           "endif\n"
+           "notify client ForceRefresh\n";
+}
+
+std::string Convert(std::string const& lf, std::string const& ending) {
+    std::string converted;
+    for (char c : lf) {
+        if (c == '\n')
+            converted += ending;
+        else
+            converted += c;
+    }
+    return converted;
+}
+
+struct Outcome {
+    int status;
+    std::string output;
+};
+
+// Runs the installed tool with script on standard input.
+Outcome RunTool(std::string const& arguments, std::string const& script) {
+    std::string const input = ::testing::TempDir() + "zoraction_input";
+    std::ofstream(input, std::ios::binary) << script;
+    std::string const command = std::string(ZORACTION_PATH) + " " + arguments + " < " + input;
+    FILE* pipe = popen(command.c_str(), "r");
+    EXPECT_NE(pipe, nullptr);
+    std::string output;
+    char buffer[4096];
+    for (std::size_t n; (n = fread(buffer, 1, sizeof buffer, pipe)) > 0;)
+        output.append(buffer, n);
+    int const status = pclose(pipe);
+    return Outcome{WIFEXITED(status) ? WEXITSTATUS(status) : -1, output};
+}
+
+} // namespace
+
+TEST(ActionCheck, ReportsCountsVersionLinesAndDownloads) {
+    ActionCheck const check = CheckActionScript(SampleScript());
+    ASSERT_FALSE(check.error);
+    EXPECT_EQ(check.actionLines, 12);
+    EXPECT_EQ(check.requiredVersion.AsString(), "6.0.14.0");
+    ASSERT_EQ(check.lines.size(), 12u);
+    EXPECT_EQ(check.lines[8], "download http://s/extra.zip");
+    EXPECT_EQ(check.lines[4], "#!/bin/sh");
+    ASSERT_EQ(check.downloads.size(), 2u);
+    EXPECT_EQ(check.downloads[0].GetName().str(), "tool.pkg");
+    EXPECT_EQ(check.downloads[0].hashValue.str(), kDigest);
+    EXPECT_EQ(check.downloads[0].size.str(), "2048");
+    EXPECT_EQ(check.downloads[1].GetName().str(), "extra.zip");
+    EXPECT_EQ(check.downloads[1].size.str(), "10");
+    // Listed with every condition true, so the else branch is not required.
+    EXPECT_FALSE(check.downloads[1].required);
+}
+
+TEST(ActionCheck, AllLineEndStylesGiveTheSameReport) {
+    ActionCheck const lf = CheckActionScript(SampleScript());
+    ReportParts const all{true, true};
+    for (char const* ending : {"\r\n", "\r"}) {
+        ActionCheck const other = CheckActionScript(Convert(SampleScript(), ending));
+        EXPECT_EQ(FormatJson(other, all), FormatJson(lf, all)) << "line end " << int(ending[1]);
+    }
+}
+
+TEST(ActionCheck, ReportsTheEarliestErrorOfAnyReading) {
+    // The run alone sees the open if; the download listing alone sees the bad name.
+    ActionCheck const openIf = CheckActionScript("delete a\nif x\ndelete b\n");
+    ASSERT_TRUE(openIf.error);
+    EXPECT_EQ(openIf.error->line, 3);
+    EXPECT_EQ(openIf.error->message, "Missing Endif.");
+    ActionCheck const badName = CheckActionScript("delete a\nprefetch bad_name sha1:1 size:1 u\n");
+    ASSERT_TRUE(badName.error);
+    EXPECT_EQ(badName.error->line, 2);
+    EXPECT_EQ(badName.error->message, "Download name is invalid.");
+    ActionCheck const both = CheckActionScript("prefetch a sha1:1\nif x\n");
+    ASSERT_TRUE(both.error);
+    EXPECT_EQ(both.error->line, 1);
+    EXPECT_EQ(both.error->message, "Prefetch command syntax error.");
+}
+
+// While downloads are listed, a createfile body in a branch not taken is
+// skipped twice, so the agent needs its delimiter a second time; the check
+// reports what the agent would meet.
+TEST(ActionCheck, CreateFileInElseBranchNeedsASecondDelimiter) {
+    ActionCheck const check =
+        CheckActionScript("if x\nelse\ncreatefile until @END\nbody\n@END\nendif\n");
+    ASSERT_TRUE(check.error);
+    EXPECT_EQ(check.error->line, 5);
+    EXPECT_EQ(check.error->message, "Missing 'createfile until' end delimiter.");
+}
+
+TEST(ActionCheck, TextAndJsonFormsCarryTheSameFacts) {
+    ActionCheck const check = CheckActionScript(SampleScript());
+    std::string const text = FormatText(check, ReportParts{false, true});
+    EXPECT_NE(text.find("action lines: 12\n"), std::string::npos);
+    EXPECT_NE(text.find("required version: 6.0.14.0\n"), std::string::npos);
+    EXPECT_NE(text.find("1. tool.pkg (required)"), std::string::npos);
+    EXPECT_NE(text.find("hash: sha1:" + std::string(kDigest)), std::string::npos);
+    EXPECT_EQ(text.find("lines:\n"), std::string::npos);
+    nlohmann::json const json = FormatJson(check, ReportParts{true, false});
+    EXPECT_EQ(json["actionLines"], 12);
+    EXPECT_EQ(json["lines"].size(), 12u);
+    EXPECT_FALSE(json.contains("downloads"));
+    EXPECT_EQ(FormatText(CheckActionScript("else\n"), ReportParts{}),
+              "line 1: Else encountered without If.\n");
+}
+
+TEST(Zoraction, ExitStatusAndOutputFromStandardInput) {
+    Outcome const good = RunTool("--json --downloads", SampleScript());
+    EXPECT_EQ(good.status, 0);
+    nlohmann::json const report = nlohmann::json::parse(good.output);
+    EXPECT_EQ(report["requiredVersion"], "6.0.14.0");
+    EXPECT_EQ(report["downloads"][1]["url"], "http://s/extra.zip");
+    EXPECT_EQ(report["downloads"][1]["required"], false);
+
+    Outcome const bad = RunTool("-", "delete a\r\nelseif x\r\n");
+    EXPECT_EQ(bad.status, 1);
+    EXPECT_EQ(bad.output, "line 2: ElseIf encountered without If.\n");
+
+    Outcome const binary = RunTool("--json --lines", std::string("delete \xff\xfe\0x\n", 11));
+    EXPECT_EQ(binary.status, 0);
+    EXPECT_EQ(nlohmann::json::parse(binary.output)["actionLines"], 1);
+
+    EXPECT_EQ(RunTool("--bogus", "").status, 2);
+    EXPECT_EQ(RunTool("/nonexistent/script 2>/dev/null", "").status, 2);
+}
