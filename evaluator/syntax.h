@@ -75,7 +75,7 @@ SyntaxPtr parse(std::string_view text);
 // Limits that keep a hostile expression from exhausting the stack of the
 // recursive parser, binder and evaluator: parenthesised nesting, and the
 // height of the tree (long operator chains are deep too).
-inline constexpr int kMaxNesting = 200;
+inline constexpr int kMaxNesting = 600;
 inline constexpr int kMaxDepth = 1000;
 
 } // namespace zor::detail
