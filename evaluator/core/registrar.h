@@ -262,5 +262,8 @@ inspector_string CopyToEvaluation(std::string_view bytes);
 inline std::string_view View(inspector_string const& s) {
     return {reinterpret_cast<char const*>(s.pointer), s.length};
 }
+inline std::string_view View(substring const& s) {
+    return {reinterpret_cast<char const*>(s.pointer), s.length};
+}
 
 } // namespace zor::core

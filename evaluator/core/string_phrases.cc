@@ -11,13 +11,23 @@ namespace {
 
 using namespace zor::core;
 
-substring Piece(inspector_string const& whole, std::size_t offset, std::size_t length) {
-    return {whole.pointer + offset, static_cast<std::uint32_t>(length), whole.pointer,
-            whole.length};
+// A string seen as a piece of itself, so strings and substrings are cut the
+// same way and every piece points into the outermost whole.
+substring AsPiece(inspector_string const& s) {
+    return {s.pointer, s.length, s.pointer, s.length};
+}
+substring AsPiece(substring const& s) {
+    return s;
 }
 
-inspector_string WholeOf(substring const& part) {
-    return {part.whole, part.wholeLength};
+// `length` bytes at `offset` within a piece, as a piece of the same whole.
+substring Cut(substring const& within, std::size_t offset, std::size_t length) {
+    return {within.pointer + offset, static_cast<std::uint32_t>(length), within.whole,
+            within.wholeLength};
+}
+
+substring WholePiece(substring const& part) {
+    return {part.whole, part.wholeLength, part.whole, part.wholeLength};
 }
 
 std::size_t OffsetOf(substring const& part) {
@@ -28,49 +38,59 @@ integer LengthOfString(inspector_string const& s) {
     return s.length;
 }
 
-substring FirstCountOfString(integer const& count, inspector_string const& s) {
-    if (count > s.length)
+template <class S> substring FirstCountOf(integer const& count, S const& s) {
+    substring piece = AsPiece(s);
+    if (count > piece.length)
         throw NoSuchObject();
-    return Piece(s, 0, static_cast<std::size_t>(count));
+    return Cut(piece, 0, static_cast<std::size_t>(count));
 }
 
-substring LastCountOfString(integer const& count, inspector_string const& s) {
-    if (count > s.length)
+template <class S> substring LastCountOf(integer const& count, S const& s) {
+    substring piece = AsPiece(s);
+    if (count > piece.length)
         throw NoSuchObject();
-    return Piece(s, s.length - static_cast<std::size_t>(count), static_cast<std::size_t>(count));
+    return Cut(piece, piece.length - static_cast<std::size_t>(count),
+               static_cast<std::size_t>(count));
 }
 
-substring FirstTextOfString(inspector_string const& text, inspector_string const& s) {
+template <class S> substring FirstTextOf(inspector_string const& text, S const& s) {
+    substring piece = AsPiece(s);
     std::size_t at = View(s).find(View(text));
     if (at == std::string_view::npos)
         throw NoSuchObject();
-    return Piece(s, at, text.length);
+    return Cut(piece, at, text.length);
 }
 
-substring LastTextOfString(inspector_string const& text, inspector_string const& s) {
+template <class S> substring LastTextOf(inspector_string const& text, S const& s) {
+    substring piece = AsPiece(s);
     std::size_t at = View(s).rfind(View(text));
     if (at == std::string_view::npos)
         throw NoSuchObject();
-    return Piece(s, at, text.length);
+    return Cut(piece, at, text.length);
 }
 
-substring CharacterOfString(integer const& index, inspector_string const& s) {
-    if (index >= s.length)
+template <class S> substring CharacterOf(integer const& index, S const& s) {
+    substring piece = AsPiece(s);
+    if (index >= piece.length)
         throw NoSuchObject();
-    return Piece(s, static_cast<std::size_t>(index), 1);
+    return Cut(piece, static_cast<std::size_t>(index), 1);
 }
 
 substring PrecedingTextOfSubstring(substring const& part) {
-    return Piece(WholeOf(part), 0, OffsetOf(part));
+    return Cut(WholePiece(part), 0, OffsetOf(part));
 }
 
 substring FollowingTextOfSubstring(substring const& part) {
     std::size_t end = OffsetOf(part) + part.length;
-    return Piece(WholeOf(part), end, part.wholeLength - end);
+    return Cut(WholePiece(part), end, part.wholeLength - end);
 }
 
 integer PositionOfSubstring(substring const& part) {
     return static_cast<integer>(OffsetOf(part));
+}
+
+inspector_string WholeOfSubstring(substring const& part) {
+    return {part.whole, part.wholeLength};
 }
 
 template <unsigned char (*Convert)(unsigned char)>
@@ -88,18 +108,18 @@ inspector_string UppercaseOfString(inspector_string const& s) {
     return ConvertedString<&Ascii::ToUpper>(s);
 }
 
-// The fields between occurrences of a separator, each a substring of the
+// The fields between occurrences of a separator, each a piece of the
 // subject. An empty subject has one empty field; an empty separator never
 // occurs, so the subject is then its own single field.
-class FieldIterator {
+template <class S> class FieldIterator {
 public:
-    substring First(inspector_string const& separator, inspector_string const& subject) {
+    substring First(inspector_string const& separator, S const& subject) {
         next_ = 0;
         ended_ = false;
         return Next(separator, subject);
     }
 
-    substring Next(inspector_string const& separator, inspector_string const& subject) {
+    substring Next(inspector_string const& separator, S const& subject) {
         if (ended_)
             throw NoSuchObject();
         std::size_t at = separator.length == 0 ? std::string_view::npos
@@ -107,10 +127,10 @@ public:
         std::size_t start = next_;
         if (at == std::string_view::npos) {
             ended_ = true;
-            return Piece(subject, start, subject.length - start);
+            return Cut(AsPiece(subject), start, subject.length - start);
         }
         next_ = at + separator.length;
-        return Piece(subject, start, at - start);
+        return Cut(AsPiece(subject), start, at - start);
     }
 
 private:
@@ -118,17 +138,21 @@ private:
     bool ended_ = false;
 };
 
+// Pieces cut from a string or from a substring; those of a substring stay
+// pieces of its whole, so their positions and surrounding text refer to it.
+template <class S> struct PieceProperties {
+    IndexedProperty<substring, integer, S> firstCount{"first", "firsts", &FirstCountOf<S>};
+    IndexedProperty<substring, inspector_string, S> firstText{"first", "firsts", &FirstTextOf<S>};
+    IndexedProperty<substring, integer, S> lastCount{"last", "lasts", &LastCountOf<S>};
+    IndexedProperty<substring, inspector_string, S> lastText{"last", "lasts", &LastTextOf<S>};
+    IndexedProperty<substring, integer, S> character{"character", "characters", &CharacterOf<S>};
+    IteratedIndexedProperty<FieldIterator<S>, substring, inspector_string, S> fields{
+        "substring separated by", "substrings separated by"};
+};
+
 ObjectProperty<integer, inspector_string> lengthOfString("length", "lengths", &LengthOfString);
-IndexedProperty<substring, integer, inspector_string> firstCountOfString("first", "firsts",
-                                                                         &FirstCountOfString);
-IndexedProperty<substring, inspector_string, inspector_string>
-    firstTextOfString("first", "firsts", &FirstTextOfString);
-IndexedProperty<substring, integer, inspector_string> lastCountOfString("last", "lasts",
-                                                                        &LastCountOfString);
-IndexedProperty<substring, inspector_string, inspector_string> lastTextOfString("last", "lasts",
-                                                                                &LastTextOfString);
-IndexedProperty<substring, integer, inspector_string> characterOfString("character", "characters",
-                                                                        &CharacterOfString);
+PieceProperties<inspector_string> piecesOfString;
+PieceProperties<substring> piecesOfSubstring;
 ObjectProperty<substring, substring> precedingTextOfSubstring("preceding text", "preceding texts",
                                                               &PrecedingTextOfSubstring);
 ObjectProperty<substring, substring> followingTextOfSubstring("following text", "following texts",
@@ -136,13 +160,11 @@ ObjectProperty<substring, substring> followingTextOfSubstring("following text", 
 ObjectProperty<integer, substring> positionOfSubstring("position", "positions",
                                                        &PositionOfSubstring);
 ObjectProperty<integer, substring> startOfSubstring("start", "starts", &PositionOfSubstring);
-ObjectProperty<inspector_string, substring> wholeOfSubstring("whole", "wholes", &WholeOf);
+ObjectProperty<inspector_string, substring> wholeOfSubstring("whole", "wholes", &WholeOfSubstring);
 ObjectProperty<inspector_string, inspector_string> lowercaseOfString("lowercase", "lowercases",
                                                                      &LowercaseOfString);
 ObjectProperty<inspector_string, inspector_string> uppercaseOfString("uppercase", "uppercases",
                                                                      &UppercaseOfString);
-IteratedIndexedProperty<FieldIterator, substring, inspector_string, inspector_string>
-    substringsSeparatedBy("substring separated by", "substrings separated by");
 
 integer IntegerOfString(inspector_string const& s) {
     return ReadAsciiDecimalNumeral64(ConstData(s.pointer, s.length));

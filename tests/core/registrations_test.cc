@@ -167,6 +167,32 @@ TEST_F(CoreRegistrations, StringPiecesPointIntoTheSubject) {
     EXPECT_EQ(Property<inspector_string>("uppercase", Text("")).length, 0u);
 }
 
+TEST_F(CoreRegistrations, PiecesOfASubstringStayPiecesOfItsWhole) {
+    inspector_string whole = Text("key=value;rest");
+    substring value = Indexed<substring>("first", integer{9}, whole); // "key=value"
+    substring tail =
+        Property<substring>("following text", Indexed<substring>("first", Text("="), value));
+    EXPECT_EQ(ViewOf(tail), "value;rest"); // following text runs to the end of the whole
+    substring middle = Indexed<substring>("last", integer{3}, value);
+    EXPECT_EQ(ViewOf(middle), "lue");
+    EXPECT_EQ(Property<integer>("position", middle), 6);
+    EXPECT_EQ(ViewOf(Property<substring>("preceding text", middle)), "key=va");
+    EXPECT_EQ(ViewOf(Property<inspector_string>("whole", middle)), "key=value;rest");
+    EXPECT_EQ(Property<integer>("position", Indexed<substring>("character", integer{1}, middle)),
+              7);
+    EXPECT_EQ(Property<integer>("position", Indexed<substring>("last", Text("e"), value)), 8);
+    EXPECT_THROW(Indexed<substring>("first", integer{4}, middle), NoSuchObject);
+    EXPECT_THROW(Indexed<substring>("first", Text(";"), value), NoSuchObject);
+
+    Registration const& fields = fake::Property("substrings separated by", "string", "substring");
+    inspector_string sep = Text("=");
+    std::vector<substring> parts = fake::Iterate<substring>(fields, &sep, &value);
+    ASSERT_EQ(parts.size(), 2u);
+    EXPECT_EQ(ViewOf(parts[1]), "value");
+    EXPECT_EQ(Property<integer>("position", parts[1]), 4);
+    EXPECT_EQ(parts[1].whole, whole.pointer);
+}
+
 TEST_F(CoreRegistrations, NegativeIndexIsNoObjectEvenWithoutAResultSlot) {
     Registration const& first = fake::Property("first", "integer", "string");
     inspector_string subject = Text("abc");
