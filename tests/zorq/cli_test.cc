@@ -70,10 +70,16 @@ TEST(ZorqCli, ErrorsCarryTheColumnAndMakeTheStatusOne) {
 }
 
 TEST(ZorqCli, EvaluationErrorsHaveNoColumn) {
-    auto const outcome = zorq({"--no-plugin", "(1; 2) whose (it > 5) + 1"});
+    auto const outcome = zorq({"--no-plugin", "1 / 0", "--json", "character 9 of \"abc\""});
     EXPECT_EQ(outcome.status, 1);
-    EXPECT_THAT(outcome.out, StartsWith("E: "));
-    EXPECT_THAT(outcome.out, ::testing::Not(HasSubstr("column")));
+    auto const output = lines(outcome.out);
+    ASSERT_EQ(output.size(), 2u) << outcome.out;
+    EXPECT_THAT(output[0], StartsWith("{"));
+    auto const json = Json::parse(output[0]);
+    EXPECT_EQ(json["error"]["kind"], "evaluation");
+    EXPECT_EQ(json["error"]["column"], 0);
+    EXPECT_EQ(json["type"], "integer") << "it compiled before it failed";
+    EXPECT_EQ(Json::parse(output[1])["error"]["kind"], "evaluation");
 }
 
 TEST(ZorqCli, TimePrintsMicrosecondsAfterEachExpression) {
@@ -197,18 +203,32 @@ TEST(ZorqCli, PluginOptions) {
     EXPECT_EQ(probe.out, "A: 2\n");
 }
 
-TEST(ZorqCli, StepBudgetStopsALongEvaluation) {
-    std::string longPlural = "number of (0";
-    for (int value = 1; value < 2000; ++value)
-        longPlural += "; " + std::to_string(value);
-    longPlural += ")";
-    auto const unlimited = zorq({"--no-plugin", longPlural});
+// Counts the fields of a long comma-separated string given on standard input.
+std::string countFieldsOfLongString(int fields) {
+    std::string expression = "number of substrings separated by \",\" of \"x";
+    for (int field = 1; field < fields; ++field)
+        expression += ",x";
+    return expression + "\"\n";
+}
+
+TEST(ZorqCli, BudgetsStopLongEvaluations) {
+    auto const shortList = countFieldsOfLongString(2000);
+    auto const unlimited = zorq({"--no-plugin", "-f", "-"}, shortList);
     EXPECT_EQ(unlimited.status, 0) << unlimited.out;
     EXPECT_EQ(unlimited.out, "A: 2000\n");
 
-    auto const limited = zorq({"--no-plugin", "--max-steps", "100", longPlural});
-    EXPECT_EQ(limited.status, 1);
-    EXPECT_THAT(limited.out, StartsWith("E: "));
+    auto const enoughSteps = zorq({"--no-plugin", "--max-steps", "5000", "-f", "-"}, shortList);
+    EXPECT_EQ(enoughSteps.out, "A: 2000\n");
+    auto const fewSteps = zorq({"--no-plugin", "--max-steps", "100", "-f", "-"}, shortList);
+    EXPECT_EQ(fewSteps.status, 1);
+    EXPECT_EQ(fewSteps.out, "E: EvaluationInterrupted\n");
+
+    auto const longList = countFieldsOfLongString(1000000);
+    auto const enoughTime = zorq({"--no-plugin", "--max-time", "60000", "-f", "-"}, longList);
+    EXPECT_EQ(enoughTime.out, "A: 1000000\n");
+    auto const littleTime = zorq({"--no-plugin", "--max-time", "1", "-f", "-"}, longList);
+    EXPECT_EQ(littleTime.status, 1);
+    EXPECT_EQ(littleTime.out, "E: EvaluationInterrupted\n");
 }
 
 } // namespace
