@@ -1,0 +1,122 @@
+// Strings in evaluator memory, views, narrowing, interruption, and the
+// composite tuple and timed-value types.
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <string>
+
+#include "evaluator/errors.h"
+#include "framework/memory.h"
+#include "framework/tuples.h"
+#include "tests/framework/fake_registry.h"
+
+namespace {
+
+std::string Text(inspector_string const& s) {
+    return std::string(reinterpret_cast<char const*>(s.pointer), s.length);
+}
+
+} // namespace
+
+TEST(InspectorMemory, CopyRequestsExactlyTheLengthAndCopies) {
+    fake::AllocationSizes().clear();
+    inspector_string empty = CopyToInspectorString(ConstData());
+    EXPECT_EQ(empty.length, 0u);
+    ASSERT_EQ(fake::AllocationSizes().size(), 1u);
+    EXPECT_EQ(fake::AllocationSizes()[0], 0u);
+
+    std::string const expected("bytes\0here!", 11);
+    std::string source = expected;
+    inspector_string copy = CopyToInspectorString(ConstData(source));
+    EXPECT_EQ(fake::AllocationSizes().back(), source.size());
+    EXPECT_NE(static_cast<void const*>(copy.pointer), static_cast<void const*>(source.data()));
+    source[0] = 'X';
+    EXPECT_EQ(Text(copy), expected) << "the copy does not follow the source";
+}
+
+TEST(InspectorMemory, CopyOfARopeJoinsItsPiecesInOrder) {
+    fake::AllocationSizes().clear();
+    ConstData const pieces[] = {ConstData("left"), ConstData(""), ConstData(" = "),
+                                ConstData("right")};
+    ConstDataRopeReference rope(pieces);
+    EXPECT_EQ(rope.Length(), 12u);
+    inspector_string joined = CopyToInspectorString(rope);
+    EXPECT_EQ(Text(joined), "left = right");
+    ASSERT_EQ(fake::AllocationSizes().size(), 1u);
+    EXPECT_EQ(fake::AllocationSizes()[0], 12u);
+}
+
+TEST(InspectorMemory, ViewsShareTheBytes) {
+    static unsigned char const bytes[] = {'a', 0, 'b'};
+    inspector_string s = AsInspectorString(ConstData(bytes, bytes + 3));
+    EXPECT_EQ(s.pointer, bytes);
+    EXPECT_EQ(s.length, 3u);
+    ConstData back = AsConstData(s);
+    EXPECT_EQ(back.begin(), bytes);
+    EXPECT_EQ(back.end(), bytes + 3);
+    EXPECT_TRUE(AsConstData(inspector_string{nullptr, 0}).empty());
+}
+
+TEST(InspectorMemory, NarrowingKeepsTheLowBits) {
+    EXPECT_EQ(Asuint8(300), 44);
+    EXPECT_EQ(Asuint8(-1), 255);
+    EXPECT_EQ(Asuint16(70000L), 4464);
+    EXPECT_EQ(Asuint32(-1LL), 0xFFFFFFFFu);
+    EXPECT_EQ(Asuint32(0x1'2345'6789ULL), 0x2345'6789u);
+    EXPECT_EQ(Asint32(0x1'0000'0005UL), 5);
+    EXPECT_EQ(Asint32(0xFFFF'FFFFLL), -1);
+}
+
+TEST(InspectorMemory, InterruptionCheckReachesTheEvaluator) {
+    int before = fake::InterruptionChecks();
+    CheckForInspectorInterruption();
+    EXPECT_EQ(fake::InterruptionChecks(), before + 1);
+    fake::InterruptionArmed() = true;
+    EXPECT_THROW(CheckForInspectorInterruption(), EvaluationInterrupted);
+    fake::InterruptionArmed() = false;
+}
+
+TEST(Tuples, TypeNamesAreBuiltOnceFromTheMemberNames) {
+    fake::TupleNameRequests().clear();
+    std::string tuple = InspectorTuple2<time_range, integer>::TypeName();
+    EXPECT_EQ(tuple, "<time range|integer>");
+    std::string timed = TimedValue<integer>::TypeName();
+    EXPECT_EQ(timed, "timed" + tuple);
+    EXPECT_EQ(TimedValue<integer>::TypeName(), TimedValue<integer>::TypeName());
+    ASSERT_EQ(fake::TupleNameRequests().size(), 1u) << "the name is built once";
+    EXPECT_EQ(fake::TupleNameRequests()[0].first, "time range");
+    EXPECT_EQ(fake::TupleNameRequests()[0].second, "integer");
+    EXPECT_EQ(MakeTimedValueTypeName("( a, b )"), "timed( a, b )");
+}
+
+TEST(Tuples, TimedValueCopiesItsMembersIntoEvaluatorMemory) {
+    fake::AllocationSizes().clear();
+    time_range range{{100}, {200}};
+    integer count = 17;
+    TimedValue<integer> timed = CopyToTimedValue(range, count);
+    ASSERT_EQ(fake::AllocationSizes().size(), 2u);
+    EXPECT_EQ(fake::AllocationSizes()[0], 8u);
+    EXPECT_EQ(fake::AllocationSizes()[1], 16u);
+    range.start.microseconds = 0;
+    count = 0;
+
+    tuple_node const& head = timed.Head();
+    ASSERT_NE(head.value, nullptr);
+    EXPECT_NE(head.value, &range);
+    auto const* copiedRange = static_cast<time_range const*>(head.value);
+    EXPECT_EQ(copiedRange->start.microseconds, 100);
+    EXPECT_EQ(copiedRange->end.microseconds, 200);
+    ASSERT_NE(head.next, nullptr);
+    EXPECT_EQ(*static_cast<integer const*>(head.next->value), 17);
+    EXPECT_EQ(head.next->next, nullptr);
+
+    // A copy placed in a result slot chains to its own second node.
+    alignas(TimedValue<integer>) unsigned char slot[sizeof(TimedValue<integer>)];
+    auto* placed = ::new (slot) TimedValue<integer>(timed);
+    EXPECT_NE(placed->Head().next, head.next);
+    EXPECT_GE(static_cast<void const*>(placed->Head().next), static_cast<void const*>(slot));
+    EXPECT_LT(static_cast<void const*>(placed->Head().next),
+              static_cast<void const*>(slot + sizeof slot));
+    EXPECT_EQ(placed->Head().next->value, head.next->value);
+    placed->~TimedValue<integer>();
+}
