@@ -168,8 +168,9 @@ constexpr auto operator<=>(ipv4_address a, ipv4_address b) {
 
 // Text forms. Times print in UTC as "Sat, 21 Nov 2026 10:04:05 +0000".
 std::string TimeText(moment when);
-// Reads "Sat, 21 Nov 2026 10:04:05 +0000" (weekday optional, any +hhmm/-hhmm
-// zone, or GMT/UTC/Z) and ISO 8601 "2026-11-21T10:04:05.25+02:00" (fraction
+// Reads "Sat, 21 Nov 2026 10:04:05 +0000" (the weekday is optional but, when
+// given, must be the date's own; the zone is any +hhmm/-hhmm, GMT, UTC or Z,
+// or absent for UTC) and ISO 8601 "2026-11-21T10:04:05.25+02:00" (fraction
 // optional, no zone meaning UTC). Anything else throws MalformedText.
 moment TextToTime(ConstData text);
 

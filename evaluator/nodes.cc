@@ -110,8 +110,9 @@ public:
         if (!iterator_)
             return {};
         auto& state = static_cast<IteratorBox&>(*iterator_.get());
-        Ref value = newValue(&resultType_);
-        box(value).keep[0] = iterator_;
+        Ref value = recycled();
+        if (!box(value).keep[0])
+            box(value).keep[0] = iterator_;
         PropertyThunk thunk = started_ ? record_.next : record_.first;
         runtime.step();
         try {
@@ -123,13 +124,28 @@ public:
         }
         started_ = true;
         box(value).constructed = true;
+        last_ = value;
         return value;
     }
 
 private:
+    // The previous value's box when the consumer has let go of it (counting,
+    // filtering), else a new one.
+    Ref recycled() {
+        if (!last_.unique())
+            return newValue(&resultType_);
+        Ref value = std::move(last_);
+        // Plain records need no clean-up; the box already keeps this iterator.
+        if (resultType_.destroy)
+            clear(box(value));
+        box(value).constructed = false;
+        return value;
+    }
+
     PropertyRecord const& record_;
     Type const& resultType_;
     Ref iterator_;
+    Ref last_;
     bool started_ = false;
 };
 
@@ -259,6 +275,12 @@ StreamPtr PropertyNode::open(Runtime& runtime) const {
         return std::make_unique<ValueStream>(Ref());
     if (!object)
         return apply(runtime, Ref(), std::move(indexRef));
+    if (!object->plural) {
+        Ref objectValue = object->one(runtime);
+        if (!objectValue)
+            return std::make_unique<ValueStream>(Ref());
+        return apply(runtime, std::move(objectValue), std::move(indexRef));
+    }
     return flatStream(
         object->open(runtime),
         [this, &runtime, indexRef](Ref const& value) { return apply(runtime, value, indexRef); },

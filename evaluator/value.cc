@@ -12,16 +12,61 @@ constexpr std::size_t roundUp(std::size_t n) {
     return (n + kAlign - 1) & ~(kAlign - 1);
 }
 
-template <typename Header> void* allocateWith(std::size_t payload, void*& payloadStart) {
-    std::size_t header = roundUp(sizeof(Header));
-    auto* memory = static_cast<unsigned char*>(
-        ::operator new(header + (payload ? payload : 1), std::align_val_t(kAlign)));
-    payloadStart = memory + header;
-    return memory;
+// Holders are made and dropped once per value of every stream, so small ones
+// are recycled through per-thread free lists by size class instead of going
+// back to the system allocator each time.
+class HolderCache {
+public:
+    static constexpr std::size_t kClasses = 16; // up to 256 bytes
+    HolderCache() = default;
+    HolderCache(HolderCache const&) = delete;
+    HolderCache& operator=(HolderCache const&) = delete;
+    ~HolderCache() {
+        for (auto& list : free_)
+            while (list) {
+                FreeBlock* next = list->next;
+                ::operator delete(list, std::align_val_t(kAlign));
+                list = next;
+            }
+    }
+    void* take(std::size_t size) {
+        std::size_t c = sizeClass(size);
+        if (c < kClasses && free_[c]) {
+            FreeBlock* block = free_[c];
+            free_[c] = block->next;
+            return block;
+        }
+        return ::operator new(c < kClasses ? (c + 1) * kAlign : size, std::align_val_t(kAlign));
+    }
+    void give(void* memory, std::size_t size) {
+        std::size_t c = sizeClass(size);
+        if (c >= kClasses) {
+            ::operator delete(memory, std::align_val_t(kAlign));
+            return;
+        }
+        auto* block = static_cast<FreeBlock*>(memory);
+        block->next = free_[c];
+        free_[c] = block;
+    }
+
+private:
+    struct FreeBlock {
+        FreeBlock* next;
+    };
+    static std::size_t sizeClass(std::size_t size) { return (size - 1) / kAlign; }
+    FreeBlock* free_[kClasses] = {};
+};
+
+thread_local HolderCache cache;
+
+template <typename Header> std::size_t totalSize(std::size_t payload) {
+    return roundUp(sizeof(Header)) + (payload ? payload : 1);
 }
 
-void deallocate(void* memory) {
-    ::operator delete(memory, std::align_val_t(kAlign));
+template <typename Header> void* allocateWith(std::size_t payload, void*& payloadStart) {
+    auto* memory = static_cast<unsigned char*>(cache.take(totalSize<Header>(payload)));
+    payloadStart = memory + roundUp(sizeof(Header));
+    return memory;
 }
 
 bool isInline(ValueBox const* value) {
@@ -34,27 +79,40 @@ void release(Holder* holder) {
     switch (holder->kind) {
     case Holder::Kind::Value: {
         auto* value = static_cast<ValueBox*>(holder);
-        if (value->constructed && value->type->destroy && isInline(value))
-            value->type->destroy(value->data);
+        bool inlineData = isInline(value);
+        std::size_t size = totalSize<ValueBox>(inlineData ? value->type->size : 0);
+        clear(*value);
         value->~ValueBox();
-        break;
+        cache.give(holder, size);
+        return;
     }
     case Holder::Kind::IteratorState: {
         auto* iterator = static_cast<IteratorBox*>(holder);
+        std::size_t size = totalSize<IteratorBox>(iterator->record->stateSize);
         if (iterator->constructed && iterator->record->destroyState)
             iterator->record->destroyState(iterator->state);
         iterator->~IteratorBox();
-        break;
+        cache.give(holder, size);
+        return;
     }
     case Holder::Kind::Bundle: {
         auto* bundle = static_cast<Bundle*>(holder);
+        std::size_t size = totalSize<Bundle>(sizeof(Ref) * bundle->count);
         for (std::size_t i = 0; i < bundle->count; ++i)
             bundle->items[i].~Ref();
         bundle->~Bundle();
-        break;
+        cache.give(holder, size);
+        return;
     }
     }
-    deallocate(holder);
+}
+
+void clear(ValueBox& value) {
+    if (value.constructed && value.type->destroy && isInline(&value))
+        value.type->destroy(value.data);
+    value.constructed = false;
+    for (Ref& kept : value.keep)
+        kept = Ref();
 }
 
 Ref newValue(Type const* type) {

@@ -26,6 +26,9 @@ struct Holder {
 };
 
 void release(Holder* holder);
+struct ValueBox;
+// Destroys the value in place and drops what it keeps, leaving the box for reuse.
+void clear(ValueBox& value);
 
 class Ref {
 public:
@@ -46,6 +49,8 @@ public:
     }
 
     Holder* get() const { return holder_; }
+    // True when this is the only reference, so the holder may be reused.
+    bool unique() const { return holder_ && holder_->refs == 1; }
     explicit operator bool() const { return holder_ != nullptr; }
 
     // The value's type and bytes (only for value holders).

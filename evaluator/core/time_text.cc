@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <array>
 #include <cstdio>
+#include <optional>
 
 #include "evaluator/core/text_reader.h"
 #include "evaluator/helpers.h"
@@ -51,6 +52,11 @@ constexpr CivilDate CivilFromDays(std::int64_t days) {
 
 static_assert(DaysFromCivil(1970, 1, 1) == 0);
 static_assert(CivilFromDays(-1).year == 1969 && CivilFromDays(-1).day == 31);
+
+// 0 for Sunday; 1970-01-01 was a Thursday.
+constexpr unsigned WeekdayOf(std::int64_t days) {
+    return static_cast<unsigned>((days % 7 + 7 + 4) % 7);
+}
 
 constexpr bool IsLeapYear(std::int64_t year) {
     return year % 4 == 0 && (year % 100 != 0 || year % 400 == 0);
@@ -151,9 +157,11 @@ moment ReadIsoTime(TextReader& reader) {
 }
 
 // "[Sat, ]21 Nov 2026 10:04:05 [+hhmm|-hhmm|GMT|UTC|UT|Z]"
+// The weekday, when given, must be the date's own.
 moment ReadMailTime(TextReader& reader) {
+    std::optional<unsigned> weekday;
     if (reader.PeekLetter()) {
-        IndexOfName(kWeekdays, reader.Letters());
+        weekday = IndexOfName(kWeekdays, reader.Letters());
         reader.Expect(',');
         reader.Blanks();
     }
@@ -177,6 +185,8 @@ moment ReadMailTime(TextReader& reader) {
         }
     }
     reader.ExpectEnd();
+    if (weekday && *weekday != WeekdayOf(DaysFromCivil(year, month, day)))
+        TextReader::Fail();
     return MakeMoment(year, month, day, time, 0, zone);
 }
 
@@ -191,13 +201,12 @@ std::string TimeText(moment when) {
     std::int64_t days = FloorDivide(seconds, kSecondsPerDay);
     std::int64_t secondOfDay = seconds - days * kSecondsPerDay;
     CivilDate date = CivilFromDays(days);
-    std::int64_t weekday = (days % 7 + 7 + 4) % 7; // 1970-01-01 was a Thursday
     char text[64];
     int length = std::snprintf(
-        text, sizeof text, "%s, %02u %s %04lld %02lld:%02lld:%02lld +0000", kWeekdays[weekday],
-        date.day, kMonths[date.month - 1], static_cast<long long>(date.year),
-        static_cast<long long>(secondOfDay / 3600), static_cast<long long>(secondOfDay / 60 % 60),
-        static_cast<long long>(secondOfDay % 60));
+        text, sizeof text, "%s, %02u %s %04lld %02lld:%02lld:%02lld +0000",
+        kWeekdays[WeekdayOf(days)], date.day, kMonths[date.month - 1],
+        static_cast<long long>(date.year), static_cast<long long>(secondOfDay / 3600),
+        static_cast<long long>(secondOfDay / 60 % 60), static_cast<long long>(secondOfDay % 60));
     return std::string(text, static_cast<std::size_t>(length));
 }
 
