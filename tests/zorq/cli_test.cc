@@ -203,6 +203,22 @@ TEST(ZorqCli, PluginOptions) {
     EXPECT_EQ(probe.out, "A: 2\n");
 }
 
+TEST(ZorqCli, PreferencesFolderReachesThePluginBeforeItLoads) {
+    TemporaryFile const report("");
+    auto const folder = std::filesystem::temp_directory_path().string();
+    auto const outcome = run(ZORQ_PATH, {"--preferences", folder, "--plugin", PROBE_PLUGIN, "1"},
+                             {}, {"ZORQ_PROBE_REPORT=" + report.path()});
+    EXPECT_EQ(outcome.status, 0) << outcome.err;
+    std::ifstream in(report.path());
+    std::string seen((std::istreambuf_iterator<char>(in)), {});
+    EXPECT_EQ(seen, folder);
+
+    auto const missing = zorq({"--no-plugin", "--preferences", "/nonexistent/prefs", "1"});
+    EXPECT_EQ(missing.status, 2);
+    EXPECT_EQ(missing.out, "");
+    EXPECT_THAT(missing.err, HasSubstr("/nonexistent/prefs"));
+}
+
 // Counts the fields of a long comma-separated string given on standard input.
 std::string countFieldsOfLongString(int fields) {
     std::string expression = "number of substrings separated by \",\" of \"x";

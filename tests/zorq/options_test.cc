@@ -65,6 +65,8 @@ TEST(ZorqOptions, BudgetAndPlugin) {
     EXPECT_EQ(options.plugin, PluginChoice::Named);
     EXPECT_EQ(options.pluginPath, "x/p.so");
     EXPECT_EQ(parse({"--plugin=a.so", "--plugin=b.so"}).pluginPath, "b.so");
+    EXPECT_EQ(parse({"--preferences", "/tmp/prefs"}).preferences, "/tmp/prefs");
+    EXPECT_EQ(parse({}).preferences, "");
 }
 
 TEST(ZorqOptions, BadUsage) {
@@ -82,6 +84,8 @@ TEST(ZorqOptions, BadUsage) {
     expectUsageError({"--plugin", "p.so", "--no-plugin"}, "exclude each other");
     expectUsageError({"--no-plugin", "--plugin=p.so"}, "exclude each other");
     expectUsageError({"--plugin="}, "needs a file name");
+    expectUsageError({"--preferences="}, "needs a folder");
+    expectUsageError({"--preferences"}, "needs a value");
 }
 
 TEST(ZorqOptions, HelpMentionsEveryOption) {

@@ -1,4 +1,6 @@
 // zorq: evaluate query-language expressions from the command line.
+#include <cstdlib>
+#include <filesystem>
 #include <iostream>
 #include <optional>
 
@@ -7,6 +9,16 @@
 #include "tools/zorq/session.h"
 
 namespace {
+
+// The settings store reads its folder from the environment; the plug-in's
+// stores open on first use, so this must happen before it loads.
+void usePreferencesFolder(std::string const& folder) {
+    if (folder.empty())
+        return;
+    if (!std::filesystem::is_directory(folder))
+        throw zorq::UsageError("preferences folder " + folder + " does not exist");
+    setenv("ZOR_PREFERENCES_DIR", folder.c_str(), 1);
+}
 
 std::optional<zorq::Plugin> openPlugin(zorq::Options const& options) {
     switch (options.plugin) {
@@ -29,6 +41,7 @@ int main(int argc, char** argv) {
             std::cout << zorq::usageText();
             return 0;
         }
+        usePreferencesFolder(options.preferences);
         auto const plugin = openPlugin(options);
         return zorq::runZorq(options, std::cout);
     } catch (zorq::UsageError const& error) {

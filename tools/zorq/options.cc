@@ -81,7 +81,7 @@ Flag const* findFlag(std::string_view name) {
 
 bool takesValue(std::string_view name) {
     return name == "-f" || name == "--file" || name == "--max-time" || name == "--max-steps" ||
-           name == "--plugin";
+           name == "--plugin" || name == "--preferences";
 }
 
 void applyValue(Options& options, std::string_view name, std::string_view value) {
@@ -91,6 +91,10 @@ void applyValue(Options& options, std::string_view name, std::string_view value)
         options.budget.time = std::chrono::milliseconds(parseCount(name, value));
     } else if (name == "--max-steps") {
         options.budget.steps = parseCount(name, value);
+    } else if (name == "--preferences") {
+        if (value.empty())
+            throw UsageError("option --preferences needs a folder");
+        options.preferences = std::string(value);
     } else {
         choosePlugin(options, PluginChoice::Named, value);
     }
@@ -169,6 +173,8 @@ Inspectors:
   --no-plugin          load no plug-in: only the core types are available
                        (by default libZORInspectors.so is loaded from the
                        build tree or from ../lib beside zorq, when present)
+  --preferences DIR    read and write the agent's settings in the folder DIR
+                       (one property list per domain) instead of the default
   -h, --help           show this help
 
 Exit status: 0 when every expression evaluated, 1 when any failed,

@@ -35,6 +35,7 @@ struct Options {
     zor::Budget budget;
     PluginChoice plugin = PluginChoice::Default;
     std::string pluginPath;
+    std::string preferences; // the settings store's folder; empty keeps its default
 };
 
 // Parses the arguments after the program name; throws UsageError.
