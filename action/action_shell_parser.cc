@@ -1,5 +1,7 @@
 #include "action/action_shell_parser.h"
 
+#include <algorithm>
+#include <array>
 #include <cstring>
 #include <string_view>
 
@@ -10,12 +12,60 @@ namespace {
 constexpr char kCR = '\r';
 constexpr char kLF = '\n';
 
-// Position of the first CR or LF, or the length of text.
+// Position of the first CR or LF, or the length of text. memchr is much
+// quicker than a byte loop; the growing windows keep a script without any LF
+// from being searched to its end for every line.
 std::size_t LineEnd(std::string_view text) {
-    std::size_t i = 0;
-    while (i < text.size() && text[i] != kCR && text[i] != kLF)
-        ++i;
-    return i;
+    std::size_t window = 256;
+    for (std::size_t start = 0; start < text.size(); start += window, window *= 2) {
+        char const* const base = text.data() + start;
+        std::size_t const length = std::min(window, text.size() - start);
+        auto const* const lf = static_cast<char const*>(std::memchr(base, kLF, length));
+        std::size_t const limit = lf != nullptr ? static_cast<std::size_t>(lf - base) : length;
+        if (auto const* const cr = static_cast<char const*>(std::memchr(base, kCR, limit)))
+            return start + static_cast<std::size_t>(cr - base);
+        if (lf != nullptr)
+            return start + limit;
+    }
+    return text.size();
+}
+
+// The table's rows grouped by the lower-case first letter of their keyword,
+// each group in table order, so a line is compared only with rows that can
+// match it and the first match is still the table's first.
+class CommandIndex {
+public:
+    struct Entry {
+        ActionShellParser::Command const* row;
+        std::string_view keyword;
+    };
+
+    CommandIndex() {
+        for (ActionShellParser::Command const& row : ActionShellParser::commandTable) {
+            std::string_view const keyword = row.name;
+            groups_[Slot(keyword.front())].push_back(Entry{&row, keyword});
+        }
+    }
+
+    Entry const* Match(std::string_view text) const {
+        if (text.empty())
+            return nullptr;
+        for (Entry const& entry : groups_[Slot(text.front())]) {
+            if (entry.row->enabled && ActionText::StartsWithIgnoringCase(text, entry.keyword))
+                return &entry;
+        }
+        return nullptr;
+    }
+
+private:
+    static unsigned char Slot(char c) { return static_cast<unsigned char>(ActionText::Lower(c)); }
+
+    std::array<std::vector<Entry>, 256> groups_;
+};
+
+CommandIndex const& Commands() {
+    static CommandIndex const index;
+    return index;
 }
 
 std::string_view AsText(ConstData data) {
@@ -63,18 +113,13 @@ ActionShellParser::Recognition ActionShellParser::Recognise(ConstData& script) {
         return Recognition::Empty;
     ++lineCounter_;
     std::string_view const text = ActionText::TrimLeading(AsText(script));
-    Command const* row = nullptr;
-    for (Command const& candidate : commandTable) {
-        if (candidate.enabled && ActionText::StartsWithIgnoringCase(text, candidate.name)) {
-            row = &candidate;
-            break;
-        }
-    }
-    if (row == nullptr) {
+    CommandIndex::Entry const* const match = Commands().Match(text);
+    if (match == nullptr) {
         TakeUnknownLine(text, script);
         return Recognition::Unknown;
     }
-    std::size_t const keywordLength = std::strlen(row->name);
+    Command const* const row = match->row;
+    std::size_t const keywordLength = match->keyword.size();
     std::size_t const end = LineEnd(text);
     currentCommand_ = row->command;
     currentCommandName_ = row->name;
@@ -107,10 +152,10 @@ void ActionShellParser::TakeUnknownLine(std::string_view text, ConstData& script
     script = AsData(ActionText::TrimLeading(rest));
 }
 
+// The version starts at 0.0.0.0 and every row has four components, so taking
+// the row's minimum whenever it is higher also covers the first command.
 void ActionShellParser::RaiseRequiredVersion(WinVersion const& minimum) {
-    WinVersion const none;
-    bool const unset = requiredVersion_.components == none.components;
-    if (unset || requiredVersion_ < minimum)
+    if (requiredVersion_ < minimum)
         requiredVersion_ = minimum;
 }
 
@@ -141,10 +186,14 @@ bool ActionShellParser::GetLine(ConstData& text, ConstData& line) {
     return true;
 }
 
-std::string ActionShellParser::CreateFileDelimiter() {
-    std::string buffer = currentArguments_.str();
-    char const* delimiter = argParser_.GetFirstArg(buffer.data(), true);
-    return delimiter != nullptr ? std::string(delimiter) : std::string();
+char* ActionShellParser::CopyOfArguments() {
+    argumentsCopy_.assign(currentArguments_.str());
+    return argumentsCopy_.data();
+}
+
+std::string_view ActionShellParser::CreateFileDelimiter() {
+    char const* delimiter = argParser_.GetFirstArg(CopyOfArguments(), true);
+    return delimiter != nullptr ? std::string_view(delimiter) : std::string_view();
 }
 
 // Hands each body line to onLine, up to and including the line in which the
@@ -152,7 +201,7 @@ std::string ActionShellParser::CreateFileDelimiter() {
 // readable text: lines never run past one.
 template <class OnLine>
 void ActionShellParser::WalkCreateFileBody(ConstData& script, OnLine onLine) {
-    std::string const delimiter = CreateFileDelimiter();
+    std::string_view const delimiter = CreateFileDelimiter();
     std::size_t const found =
         delimiter.empty() ? std::string_view::npos : AsText(script).find(delimiter);
     if (found == std::string_view::npos)
@@ -223,8 +272,7 @@ bool ActionShellParser::ProcessBlockControl(ConstData& script, std::uint16_t& li
 
 // "download now ..." fetches while the action runs, not ahead of it.
 bool ActionShellParser::DownloadFetchesAhead() {
-    std::string buffer = currentArguments_.str();
-    for (char const* word = argParser_.GetFirstArg(buffer.data(), false);
+    for (char const* word = argParser_.GetFirstArg(CopyOfArguments(), false);
          word != nullptr && IsDownloadOption(word); word = argParser_.GetNextArg(false)) {
         if (std::string_view(word) == "now")
             return false;

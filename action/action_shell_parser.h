@@ -84,6 +84,9 @@ public:
 protected:
     // The words a download line may start with before its source.
     static bool IsDownloadOption(std::string_view word);
+    // A writable NUL-terminated copy of the current arguments for ArgParser,
+    // valid until the next call; its storage is reused from line to line.
+    char* CopyOfArguments();
 
     std::uint16_t lineCounter_ = 0;
     ArgParser argParser_;
@@ -94,6 +97,8 @@ protected:
     Stringy currentArguments_;
 
 private:
+    std::string argumentsCopy_;
+
     enum class Recognition { Empty, Known, Unknown };
 
     Recognition Recognise(ConstData& script);
@@ -104,6 +109,6 @@ private:
     void ContinueWithElseif();
     void ContinueWithElse();
     void CloseIf();
-    std::string CreateFileDelimiter();
+    std::string_view CreateFileDelimiter();
     template <class OnLine> void WalkCreateFileBody(ConstData& script, OnLine onLine);
 };

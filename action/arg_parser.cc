@@ -12,11 +12,6 @@ char* SkipWhiteSpace(char* p) {
 
 } // namespace
 
-bool ArgParser::IsWhiteSpace(char c) {
-    // Backspace counts as white space: scripts written by old tools use it.
-    return c == ' ' || c == '\t' || c == '\b' || c == '\n' || c == '\r';
-}
-
 char* ArgParser::GetFirstArg(char* buffer, bool keepQuotes) {
     next_ = nullptr;
     if (buffer == nullptr)
@@ -41,8 +36,10 @@ char* ArgParser::GetNextArg(bool keepQuotes) {
 char* ArgParser::TakeArgument(char* start, bool keepQuotes) {
     if (!keepQuotes && start[0] == kQuote && start[1] == '\0')
         return nullptr;
-    char* write = start;
     char* read = start;
+    while (*read != '\0' && *read != kQuote && !IsWhiteSpace(*read))
+        ++read;
+    char* write = read;
     bool quoted = false;
     for (; *read != '\0' && (quoted || !IsWhiteSpace(*read)); ++read) {
         if (*read == kQuote) {

@@ -7,8 +7,11 @@
 // removed quotes are squeezed out.
 class ArgParser {
 public:
-    // Blank, tab, backspace, line feed and carriage return.
-    static bool IsWhiteSpace(char c);
+    // Blank, tab, backspace, line feed and carriage return. Backspace counts
+    // as white space because scripts written by old tools contain it.
+    static constexpr bool IsWhiteSpace(char c) {
+        return c == ' ' || c == '\t' || c == '\b' || c == '\n' || c == '\r';
+    }
 
     // Starts a new split of buffer; null when it holds no argument.
     char* GetFirstArg(char* buffer, bool keepQuotes);

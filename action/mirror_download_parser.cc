@@ -92,9 +92,8 @@ void MirrorDownloadActionParser::TakeDownloadLine(DownloadList& list) {
     pending_ = PendingDownload{};
     // Downloads in false branches are listed, but as not required.
     pending_.required = blockList_.InTrueBlock();
-    std::string buffer = currentArguments_.str();
     ArgParser words;
-    char const* word = words.GetFirstArg(buffer.data(), false);
+    char const* word = words.GetFirstArg(CopyOfArguments(), false);
     if (currentCommand_ == cDownloadAs) {
         pending_.name = TextOrEmpty(word);
         pending_.url = TextOrEmpty(words.GetNextArg(false));
@@ -109,6 +108,8 @@ void MirrorDownloadActionParser::TakeDownloadLine(DownloadList& list) {
     sizeWanted_ = true;
 }
 
+// A prefetch line is complete in itself: it is listed at once and leaves
+// nothing pending for the continue if lines after it.
 void MirrorDownloadActionParser::TakePrefetchLine(DownloadList& list, char const* name,
                                                   ArgParser& words) {
     char const* hash = words.GetNextArg(false);
@@ -116,20 +117,16 @@ void MirrorDownloadActionParser::TakePrefetchLine(DownloadList& list, char const
     char const* url = words.GetNextArg(false);
     if (url == nullptr || hash == nullptr || size == nullptr)
         throw PrefetchCommandSyntaxError(lineCounter_);
-    pending_.name = name;
-    pending_.hash = hash;
-    pending_.size = size;
-    InsureGoodName(pending_.name);
-    list.Add(Stringy(url), pending_.size, pending_.hash, pending_.name, pending_.required);
-    pending_.url = Stringy();
+    Stringy const goodName(name);
+    InsureGoodName(goodName);
+    list.Add(Stringy(url), Stringy(size), Stringy(hash), goodName, pending_.required);
 }
 
 void MirrorDownloadActionParser::FillFromCondition() {
-    std::string buffer = currentArguments_.str();
     ArgParser words;
     Field selected = Field::None;
     bool valueNext = false;
-    for (char const* text = words.GetFirstArg(buffer.data(), false);
+    for (char const* text = words.GetFirstArg(CopyOfArguments(), false);
          text != nullptr && (hashWanted_ || sizeWanted_); text = words.GetNextArg(false)) {
         std::string_view const word = DropGrouping(text);
         if (valueNext) {
@@ -148,10 +145,12 @@ void MirrorDownloadActionParser::FillFromCondition() {
 
 void MirrorDownloadActionParser::StoreConditionValue(Field field, std::string_view value) {
     if (field == Field::Hash) {
-        pending_.hash = Stringy(std::string("sha1:").append(value));
+        pending_.hash = "sha1:";
+        pending_.hash.Append(value);
         hashWanted_ = false;
     } else {
-        pending_.size = Stringy(std::string("size:").append(value));
+        pending_.size = "size:";
+        pending_.size.Append(value);
         sizeWanted_ = false;
     }
 }
