@@ -25,7 +25,7 @@ int main(int argc, char** argv) {
     long total = argc > 1 ? std::stol(argv[1]) : 10000000;
     auto expression = zor::Expression::compile(
         "concatenation of (substrings separated by \",\" of \"a,b,c\" as uppercase) & "
-        "(1 + 2 as string)");
+        "((1 + 2) as string)");
     std::string last;
     for (long i = 1; i <= total; ++i) {
         expression.evaluate({}, [&](zor::Answer const& a) {
