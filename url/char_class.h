@@ -53,4 +53,9 @@ constexpr bool IsURLChar(unsigned char c) {
     return Is(c, cUnreserved | cSubDelim | cGenDelim);
 }
 
+// ASCII lower case, for schemes and host names (which are case-insensitive).
+constexpr char Lower(char c) {
+    return c >= 'A' && c <= 'Z' ? static_cast<char>(c + ('a' - 'A')) : c;
+}
+
 } // namespace url_chars

@@ -69,7 +69,7 @@ private:
                 Fail("malformed scheme", scheme.substr(i));
         }
         for (char c : scheme)
-            info.scheme.push_back(Ascii::ToLower(c));
+            info.scheme.push_back(url_chars::Lower(c));
         return text_.substr(colon + 1);
     }
 
@@ -139,7 +139,7 @@ private:
             info.hostKind = HostKind::IPv6;
         }
         for (char c : literal)
-            info.host.push_back(Ascii::ToLower(c));
+            info.host.push_back(url_chars::Lower(c));
     }
 
     // "v" 1*HEXDIG "." 1*( unreserved / sub-delims / ":" )
@@ -161,7 +161,7 @@ private:
             if (host[i] == '%')
                 i += 2;
             else
-                host[i] = Ascii::ToLower(host[i]);
+                host[i] = url_chars::Lower(host[i]);
         }
         info.hostKind = IsIPv4(host) ? HostKind::IPv4 : HostKind::RegName;
         info.host = std::move(host);

@@ -1,14 +1,14 @@
 #include "url/url_builder.h"
 
+#include "url/char_class.h"
 #include "url/percent.h"
-#include "util/ascii.h"
 
 namespace {
 
 std::string Lower(std::string_view text) {
     std::string out;
     for (char c : text)
-        out.push_back(Ascii::ToLower(c));
+        out.push_back(url_chars::Lower(c));
     return out;
 }
 

@@ -30,8 +30,5 @@ constexpr bool IsAlpha(unsigned char c) {
 constexpr bool IsDigit(unsigned char c) {
     return c >= '0' && c <= '9';
 }
-constexpr char ToLower(char c) {
-    return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c;
-}
 
 } // namespace Ascii
