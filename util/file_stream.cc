@@ -67,8 +67,15 @@ int AutoFD::Release() {
 }
 
 AutoFD OpenRegularFile(std::string const& path) {
-    // O_NONBLOCK keeps open() itself from waiting for a FIFO's writer; the
-    // descriptor is checked before anything is read from it.
+    // Opening some devices has side effects (a tape rewinds, a modem hangs
+    // up), so special files are refused before they are opened at all.
+    struct stat before {};
+    if (stat(path.c_str(), &before) != 0)
+        throw OpenFileFailed(path, errno);
+    if (!S_ISREG(before.st_mode))
+        throw NotARegularFile(path);
+    // The path may be replaced between stat and open: O_NONBLOCK keeps open() itself from waiting
+    // for a FIFO's writer; the descriptor is checked before anything is read from it.
     AutoFD fd(open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
     if (fd.Get() < 0)
         throw OpenFileFailed(path, errno);

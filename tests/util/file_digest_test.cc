@@ -97,6 +97,13 @@ TEST_F(FileDigest, SpecialFilesAreRefusedWithoutBlocking) {
     EXPECT_THROW(DigestFile(fifo, sha1), NotARegularFile);
     EXPECT_THROW(DigestFile(folder_.string(), sha1), NotARegularFile);
     EXPECT_THROW(DigestFile("/dev/null", sha1), NotARegularFile);
+    // Links are followed: what counts is the kind of file they lead to.
+    fs::create_symlink(fifo, folder_ / "to_fifo");
+    EXPECT_THROW(DigestFile((folder_ / "to_fifo").string(), sha1), NotARegularFile);
+    fs::create_symlink(Write("target", "abc"), folder_ / "to_file");
+    EXPECT_EQ(
+        HexEncode(DigestFile((folder_ / "to_file").string(), EVPInitializer::The().MD5()).Bytes()),
+        "900150983cd24fb0d6963f7d28e17f72");
 
     int pipeEnds[2];
     ASSERT_EQ(pipe(pipeEnds), 0);
