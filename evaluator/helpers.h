@@ -14,6 +14,7 @@
 
 #include "evaluator/errors.h"
 #include "evaluator/values.h"
+#include "util/ascii.h"
 #include "util/bytes.h"
 
 // Text that does not read as the value asked for. It is a NoSuchObject, so a
@@ -29,31 +30,22 @@ public:
     const char* what() const noexcept override { return "integer overflow"; }
 };
 
-// Locale-independent ASCII character tests and conversions.
-struct Ascii {
-    static constexpr bool IsDigit(unsigned char c) { return c >= '0' && c <= '9'; }
-    static constexpr bool IsUpper(unsigned char c) { return c >= 'A' && c <= 'Z'; }
-    static constexpr bool IsLower(unsigned char c) { return c >= 'a' && c <= 'z'; }
-    static constexpr bool IsAlpha(unsigned char c) { return IsUpper(c) || IsLower(c); }
-    static constexpr bool IsSpace(unsigned char c) {
-        return c == ' ' || c == '\t' || c == '\n' || c == '\r' || c == '\f' || c == '\v';
-    }
-    static constexpr unsigned char ToLower(unsigned char c) {
-        return IsUpper(c) ? static_cast<unsigned char>(c + ('a' - 'A')) : c;
-    }
-    static constexpr unsigned char ToUpper(unsigned char c) {
-        return IsLower(c) ? static_cast<unsigned char>(c - ('a' - 'A')) : c;
-    }
-    // The digit of the low four bits of value, always lowercase ("0".."9", "a".."f").
-    static constexpr char HexDigit(unsigned value) { return "0123456789abcdef"[value & 0xF]; }
-    // The value of a hex digit of either case, or -1.
-    static constexpr int HexValue(unsigned char c) {
-        if (IsDigit(c))
-            return c - '0';
-        unsigned char lower = ToLower(c);
-        return lower >= 'a' && lower <= 'f' ? lower - 'a' + 10 : -1;
-    }
-};
+// The byte forms the evaluator needs beside the ASCII helpers of
+// util/ascii.h (whose HexDigit gives lowercase digits, "0".."9", "a".."f").
+namespace Ascii {
+constexpr bool IsUpper(unsigned char c) {
+    return c >= 'A' && c <= 'Z';
+}
+constexpr bool IsLower(unsigned char c) {
+    return c >= 'a' && c <= 'z';
+}
+constexpr unsigned char ToLower(unsigned char c) {
+    return IsUpper(c) ? static_cast<unsigned char>(c + ('a' - 'A')) : c;
+}
+constexpr unsigned char ToUpper(unsigned char c) {
+    return IsLower(c) ? static_cast<unsigned char>(c - ('a' - 'A')) : c;
+}
+} // namespace Ascii
 
 // Byte order after folding ASCII letters to lowercase: negative, zero or
 // positive as a sorts before, with or after b.

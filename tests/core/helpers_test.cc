@@ -18,10 +18,13 @@ TEST(CoreAscii, ClassifiesAndConvertsOnlyAsciiLetters) {
     EXPECT_EQ(Ascii::ToUpper('a'), 'A');
     EXPECT_EQ(Ascii::ToUpper('`'), '`');
     EXPECT_EQ(Ascii::ToUpper(0xE9), 0xE9); // not ASCII: unchanged
+    EXPECT_EQ(Ascii::ToLower(static_cast<unsigned char>(0xC9)), 0xC9);
+    EXPECT_TRUE(Ascii::IsUpper('Q'));
+    EXPECT_FALSE(Ascii::IsUpper('q'));
+    EXPECT_TRUE(Ascii::IsLower('q'));
     EXPECT_TRUE(Ascii::IsDigit('0'));
     EXPECT_FALSE(Ascii::IsDigit('/'));
     EXPECT_FALSE(Ascii::IsAlpha('@'));
-    EXPECT_TRUE(Ascii::IsSpace('\t'));
 }
 
 TEST(CoreAscii, HexDigitsAreLowercaseAndHexValueReadsBothCases) {
