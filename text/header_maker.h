@@ -34,6 +34,10 @@ public:
     explicit HeaderMaker(FieldHandler onField, EndHandler onEnd = {}, BodyHandler onBody = {},
                          std::size_t limit = LineMaker::cDefaultLimit);
 
+    // The line maker calls back into this object, so it stays where it was made.
+    HeaderMaker(HeaderMaker const&) = delete;
+    HeaderMaker& operator=(HeaderMaker const&) = delete;
+
     void Start() override;
     void Receive(ConstData data) override;
     void ReceiveEnd() override;
