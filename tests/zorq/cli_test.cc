@@ -219,6 +219,26 @@ TEST(ZorqCli, PreferencesFolderReachesThePluginBeforeItLoads) {
     EXPECT_THAT(missing.err, HasSubstr("/nonexistent/prefs"));
 }
 
+#ifdef INSPECTOR_PLUGIN
+TEST(ZorqCli, LoadsTheInspectorPluginFromTheBuildTreeByDefault) {
+    std::string const query = "value of variable \"ZORQ_TEST_VARIABLE\" of environment";
+    std::vector<std::string> const environment{"ZORQ_TEST_VARIABLE=found"};
+    auto const byDefault = run(ZORQ_PATH, {query}, {}, environment);
+    EXPECT_EQ(byDefault.status, 0) << byDefault.err;
+    EXPECT_EQ(byDefault.out, "A: found\n");
+
+    auto const named = run(ZORQ_PATH, {"--plugin", INSPECTOR_PLUGIN, query}, {}, environment);
+    EXPECT_EQ(named.out, "A: found\n");
+
+    auto const without = run(ZORQ_PATH, {"--no-plugin", query}, {}, environment);
+    EXPECT_EQ(without.status, 1);
+    EXPECT_THAT(without.out, HasSubstr("unknown phrase"));
+
+    auto const listing = zorq({"--phrases"});
+    EXPECT_THAT(listing.out, HasSubstr("environment variable"));
+}
+#endif
+
 // Counts the fields of a long comma-separated string given on standard input.
 std::string countFieldsOfLongString(int fields) {
     std::string expression = "number of substrings separated by \",\" of \"x";
