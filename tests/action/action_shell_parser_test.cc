@@ -301,6 +301,15 @@ TEST(CreateFile, BodyKeepsLeadingBlanksAndQuotedDelimiters) {
     EXPECT_EQ(parser.GetLineCounter(), 3);
 }
 
+// The text after a createfile body is not trimmed, so a blank line after a
+// final body is a line of white space, which is no command.
+TEST(CreateFile, BlankLineAfterAFinalBodyIsAnUnknownCommand) {
+    EXPECT_EQ(ActionShellParser::GetNumberOfActionLines("createfile until END\r\nx\r\nEND\r\n"), 3);
+    EXPECT_EQ(ThrownLine<UnknownCommand>("createfile until END\nx\nEND\n\n"), 4);
+    EXPECT_EQ(ActionShellParser::GetNumberOfActionLines("createfile until END\nx\nEND\n\ndelete a"),
+              4);
+}
+
 TEST(CreateFile, MissingDelimitersThrow) {
     EXPECT_EQ(ThrownLine<MissingCreateFileDelimiter>("delete a\ncreatefile until\nbody"), 2);
     EXPECT_EQ(ThrownLine<MissingCreateFileDelimiter>("createfile until END\nbody\nend"), 1);

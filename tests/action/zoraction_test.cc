@@ -150,6 +150,6 @@ TEST(Zoraction, ExitStatusAndOutputFromStandardInput) {
     EXPECT_EQ(binary.status, 0);
     EXPECT_EQ(nlohmann::json::parse(binary.output)["actionLines"], 1);
 
-    EXPECT_EQ(RunTool("--bogus", "").status, 2);
+    EXPECT_EQ(RunTool("--bogus 2>/dev/null", "").status, 2);
     EXPECT_EQ(RunTool("/nonexistent/script 2>/dev/null", "").status, 2);
 }
