@@ -26,27 +26,38 @@ std::size_t FileMiB() {
     return mib > 0 ? static_cast<std::size_t>(mib) : 256;
 }
 
-// A file of pseudo-random bytes, made once and removed at exit.
-std::string const& BigFile() {
-    static std::string const path = [] {
-        std::string p = (std::filesystem::temp_directory_path() /
-                         ("zor_bench_digest_" + std::to_string(getpid())))
-                            .string();
+// A file of pseudo-random bytes, removed when the program ends.
+class BigTempFile {
+public:
+    BigTempFile()
+        : path_((std::filesystem::temp_directory_path() /
+                 ("zor_bench_digest_" + std::to_string(getpid())))
+                    .string()) {
         std::vector<unsigned char> block(1 << 20);
         unsigned state = 12345;
         for (unsigned char& b : block)
             b = static_cast<unsigned char>((state = state * 1103515245 + 12345) >> 16);
-        FILE* out = std::fopen(p.c_str(), "wb");
+        FILE* out = std::fopen(path_.c_str(), "wb");
         for (std::size_t i = 0; out && i < FileMiB(); ++i) {
             block[0] = static_cast<unsigned char>(i);
             std::fwrite(block.data(), 1, block.size(), out);
         }
         if (out)
             std::fclose(out);
-        std::atexit([] { std::remove(BigFile().c_str()); });
-        return p;
-    }();
-    return path;
+    }
+    ~BigTempFile() { std::remove(path_.c_str()); }
+    BigTempFile(BigTempFile const&) = delete;
+    BigTempFile& operator=(BigTempFile const&) = delete;
+
+    std::string const& Path() const { return path_; }
+
+private:
+    std::string path_;
+};
+
+std::string const& BigFile() {
+    static BigTempFile const file;
+    return file.Path();
 }
 
 double MaxRSSMiB() {
