@@ -68,10 +68,6 @@ CommandIndex const& Commands() {
     return index;
 }
 
-std::string_view AsText(ConstData data) {
-    return data.view();
-}
-
 ConstData AsData(std::string_view text) {
     return ConstData(text.data(), text.size());
 }
@@ -112,7 +108,7 @@ ActionShellParser::Recognition ActionShellParser::Recognise(ConstData& script) {
     if (script.empty())
         return Recognition::Empty;
     ++lineCounter_;
-    std::string_view const text = ActionText::TrimLeading(AsText(script));
+    std::string_view const text = ActionText::TrimLeading(script.view());
     CommandIndex::Entry const* const match = Commands().Match(text);
     if (match == nullptr) {
         TakeUnknownLine(text, script);
@@ -143,7 +139,7 @@ ActionShellParser::Recognition ActionShellParser::Recognise(ConstData& script) {
 
 // Only a CR ends an unknown line, and the character before it is lost, so on
 // LF-only scripts an unknown command swallows the rest of the script. Hosts
-// report such scripts by this behaviour, so it is kept.
+// rely on this exact behaviour, so it is kept.
 void ActionShellParser::TakeUnknownLine(std::string_view text, ConstData& script) {
     std::size_t const cr = text.find(kCR);
     std::size_t const taken = cr == std::string_view::npos || cr == 0 ? text.size() : cr - 1;
@@ -203,7 +199,7 @@ template <class OnLine>
 void ActionShellParser::WalkCreateFileBody(ConstData& script, OnLine onLine) {
     std::string_view const delimiter = CreateFileDelimiter();
     std::size_t const found =
-        delimiter.empty() ? std::string_view::npos : AsText(script).find(delimiter);
+        delimiter.empty() ? std::string_view::npos : script.view().find(delimiter);
     if (found == std::string_view::npos)
         throw MissingCreateFileDelimiter(lineCounter_);
     unsigned char const* const delimiterStart = script.begin() + found;
