@@ -80,6 +80,8 @@ TEST(ZorqOptions, BadUsage) {
     expectUsageError({"--max-time", "10ms"}, "\"10ms\"");
     expectUsageError({"--max-steps="}, "whole number");
     expectUsageError({"--max-steps", "99999999999999999999999"}, "whole number");
+    expectUsageError({"--max-time", "9223372036854776"}, "up to 9223372036854775");
+    EXPECT_EQ(parse({"--max-time", "9223372036854775"}).budget.time.count(), 9223372036854775000);
     expectUsageError({"--json=yes"}, "--json takes no value");
     expectUsageError({"--plugin", "p.so", "--no-plugin"}, "exclude each other");
     expectUsageError({"--no-plugin", "--plugin=p.so"}, "exclude each other");

@@ -3,6 +3,7 @@
 #include <array>
 #include <charconv>
 #include <cstdint>
+#include <limits>
 #include <optional>
 
 namespace zorq {
@@ -36,12 +37,12 @@ bool looksLikeOption(std::string_view argument) {
     return second == '-' || (second >= 'a' && second <= 'z') || (second >= 'A' && second <= 'Z');
 }
 
-std::uint64_t parseCount(std::string_view option, std::string_view text) {
+std::uint64_t parseCount(std::string_view option, std::string_view text, std::uint64_t most) {
     std::uint64_t value = 0;
     auto const [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-    if (text.empty() || error != std::errc() || end != text.data() + text.size())
-        throw UsageError("option " + std::string(option) + " needs a whole number, not \"" +
-                         std::string(text) + "\"");
+    if (text.empty() || error != std::errc() || end != text.data() + text.size() || value > most)
+        throw UsageError("option " + std::string(option) + " needs a whole number up to " +
+                         std::to_string(most) + ", not \"" + std::string(text) + "\"");
     return value;
 }
 
@@ -71,33 +72,50 @@ constexpr std::array flags{
          [](Options& options) { choosePlugin(options, PluginChoice::None, {}); }},
 };
 
-Flag const* findFlag(std::string_view name) {
-    for (auto const& flag : flags) {
-        if (name == flag.longName || (!flag.shortName.empty() && name == flag.shortName))
-            return &flag;
+// Options that take a value, from the next argument or after "=".
+struct Setting {
+    std::string_view shortName;
+    std::string_view longName;
+    void (*apply)(Options&, std::string_view);
+};
+
+// The budget is kept in microseconds of a signed 64-bit count.
+constexpr std::uint64_t mostMilliseconds = std::numeric_limits<std::int64_t>::max() / 1000;
+
+constexpr std::array settings{
+    Setting{"-f", "--file",
+            [](Options& options, std::string_view file) {
+                options.inputs.push_back({Input::Kind::File, std::string(file)});
+            }},
+    Setting{"", "--max-time",
+            [](Options& options, std::string_view text) {
+                options.budget.time =
+                    std::chrono::milliseconds(parseCount("--max-time", text, mostMilliseconds));
+            }},
+    Setting{"", "--max-steps",
+            [](Options& options, std::string_view text) {
+                options.budget.steps =
+                    parseCount("--max-steps", text, std::numeric_limits<std::uint64_t>::max());
+            }},
+    Setting{"", "--plugin",
+            [](Options& options, std::string_view path) {
+                choosePlugin(options, PluginChoice::Named, path);
+            }},
+    Setting{"", "--preferences",
+            [](Options& options, std::string_view folder) {
+                if (folder.empty())
+                    throw UsageError("option --preferences needs a folder");
+                options.preferences = std::string(folder);
+            }},
+};
+
+template <typename Option, std::size_t count>
+Option const* find(std::array<Option, count> const& options, std::string_view name) {
+    for (auto const& option : options) {
+        if (name == option.longName || (!option.shortName.empty() && name == option.shortName))
+            return &option;
     }
     return nullptr;
-}
-
-bool takesValue(std::string_view name) {
-    return name == "-f" || name == "--file" || name == "--max-time" || name == "--max-steps" ||
-           name == "--plugin" || name == "--preferences";
-}
-
-void applyValue(Options& options, std::string_view name, std::string_view value) {
-    if (name == "-f" || name == "--file") {
-        options.inputs.push_back({Input::Kind::File, std::string(value)});
-    } else if (name == "--max-time") {
-        options.budget.time = std::chrono::milliseconds(parseCount(name, value));
-    } else if (name == "--max-steps") {
-        options.budget.steps = parseCount(name, value);
-    } else if (name == "--preferences") {
-        if (value.empty())
-            throw UsageError("option --preferences needs a folder");
-        options.preferences = std::string(value);
-    } else {
-        choosePlugin(options, PluginChoice::Named, value);
-    }
 }
 
 // Applies one option; a long option may carry its value after "=".
@@ -110,11 +128,11 @@ void applyOption(Options& options, std::string_view argument, ArgumentReader& re
             attached = argument.substr(equals + 1);
         }
     }
-    if (takesValue(name)) {
-        applyValue(options, name, attached ? *attached : reader.valueFor(name));
+    if (auto const* setting = find(settings, name)) {
+        setting->apply(options, attached ? *attached : reader.valueFor(name));
         return;
     }
-    auto const* flag = findFlag(name);
+    auto const* flag = find(flags, name);
     if (flag == nullptr)
         throw UsageError("unknown option " + std::string(name));
     if (attached)
