@@ -84,7 +84,7 @@ TEST(CommandTable, NoKeywordIsHiddenBehindAnEarlierPrefix) {
     }
 }
 
-TEST(CommandTable, KeepsItsDocumentedOrderAndFlags) {
+TEST(CommandTable, KeepsItsOrderAndFlags) {
     auto const& table = ActionShellParser::commandTable;
     EXPECT_STREQ(table[0].name, "delete");
     EXPECT_STREQ(table[3].name, "regset64");

@@ -1,4 +1,4 @@
-// Hostile scripts: each must end in a documented exception or result, fast.
+// Hostile scripts: each must end in a syntax error or a result, and fast.
 #include "action/action_shell_parser.h"
 #include "action/mirror_download_parser.h"
 
