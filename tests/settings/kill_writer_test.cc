@@ -1,0 +1,169 @@
+// Writers killed at random moments never leave a file that does not parse
+// or that mixes two versions.
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <random>
+
+#include "settings/setting_store.h"
+#include "settings_test_support.h"
+
+namespace {
+
+constexpr char const* kDomain = "kill.domain";
+constexpr char const* kKey = "Settings";
+constexpr int kSettingsPerVersion = 200;
+
+// One version: every setting of section "S" holds the same tag, with padding
+// that changes the file's length from version to version.
+CFPreferenceSectionMap Version(std::string const& tag) {
+    CFPreferenceSectionMap sections;
+    std::string padding(tag.size() * 7 % 500, 'p');
+    for (int i = 0; i < kSettingsPerVersion; ++i) {
+        sections["S"]["setting" + std::to_string(i)] = CFPreferenceSetting(tag, Instant(i));
+    }
+    sections["Padding"]["p"] = CFPreferenceSetting(padding, Instant(0));
+    return sections;
+}
+
+// Writes versions "<writer>-1", "<writer>-2", ... until killed, and sends
+// a byte down the pipe after each flush.
+[[noreturn]] void WriteUntilKilled(std::filesystem::path const& folder, char writer, int flushed) {
+    SetPreferencesFolder(folder);
+    CFPreferenceSettingStore store(kKey, kDomain, kCFPreferencesAnyUser, kCFPreferencesCurrentHost);
+    for (int generation = 1; generation < 100000; ++generation) {
+        std::string tag = std::string(1, writer) + "-" + std::to_string(generation);
+        CFPreferenceSectionMap version = Version(tag);
+        for (auto const& [name, setting] : version.at("S")) {
+            store.Set("S", std::string_view(name), std::string_view(setting.Value()),
+                      Instant::Now());
+        }
+        store.Flush();
+        if (::write(flushed, &writer, 1) != 1) {
+            ::_exit(1);
+        }
+    }
+    ::_exit(0);
+}
+
+// A pipe whose ends close with the object.
+struct Pipe {
+    Pipe() { EXPECT_EQ(::pipe(ends), 0); }
+    Pipe(Pipe const&) = delete;
+    Pipe& operator=(Pipe const&) = delete;
+    ~Pipe() {
+        ::close(ends[0]);
+        CloseWriteEnd();
+    }
+    // Once only the writers hold it, a writer that dies early ends the wait.
+    void CloseWriteEnd() {
+        if (ends[1] >= 0) {
+            ::close(ends[1]);
+            ends[1] = -1;
+        }
+    }
+    bool WaitForByte() const {
+        char byte;
+        return ::read(ends[0], &byte, 1) == 1;
+    }
+    int ends[2];
+};
+
+// The tag of the whole version the file holds; fails the test otherwise.
+std::string WholeVersionIn(std::filesystem::path const& file) {
+    AutoCFPropertyList raw = RawParse(file);
+    EXPECT_TRUE(raw) << "the file must always parse";
+    if (!raw) {
+        return "";
+    }
+    auto sections =
+        ConvertCFPropertyList<CFPreferenceSectionMap>(plist_dict_get_item(raw.Get(), kKey));
+    auto const& settings = sections.at("S");
+    EXPECT_EQ(settings.size(), static_cast<size_t>(kSettingsPerVersion));
+    std::string tag = settings.begin()->second.Value();
+    for (auto const& [name, setting] : settings) {
+        EXPECT_EQ(setting.Value(), tag) << "a mix of versions in " << name;
+    }
+    return tag;
+}
+
+// Killing a process loses nothing of what it wrote to the page cache, so a
+// folder in memory answers the same question as one on disk, without the
+// cost of fsync.
+std::filesystem::path FastFolder() {
+    std::error_code error;
+    return std::filesystem::is_directory("/dev/shm", error)
+               ? std::filesystem::path("/dev/shm")
+               : std::filesystem::temp_directory_path();
+}
+
+class KillWriterTest : public ::testing::Test {
+protected:
+    KillWriterTest() { EXPECT_TRUE(SetPreferencesFolder(folder_.Path())); }
+    ~KillWriterTest() override { SetPreferencesFolder({}); }
+    std::filesystem::path DomainFile(std::string const& applicationId) const {
+        return folder_.Path() / (applicationId + ".plist");
+    }
+
+    // Each round starts from a whole version and starts the writers. Once a
+    // writer has flushed twice (which gives the length of one flush cycle),
+    // they are killed after a random part of a further cycle, so the kills
+    // fall on every step of a write. The file must then hold one whole version.
+    void KillRounds(int rounds, std::string const& writers, std::set<std::string>& seen) {
+        std::filesystem::path file = DomainFile(kDomain);
+        std::mt19937 random(20261121);
+        std::uniform_real_distribution<double> partOfCycle(0.0, 1.0);
+        for (int round = 0; round < rounds && !HasFailure(); ++round) {
+            AutoCFPropertyList root(plist_new_dict());
+            plist_dict_set_item(root.Get(), kKey, MakeCFDictionary(Version("start")).Release());
+            WriteBytes(file, SerializeBinaryPropertyList(root.Get()));
+            Pipe flushed;
+            std::vector<pid_t> children;
+            for (char writer : writers) {
+                pid_t child = ::fork();
+                if (child == 0) {
+                    WriteUntilKilled(folder_.Path(), writer, flushed.ends[1]);
+                }
+                children.push_back(child);
+            }
+            flushed.CloseWriteEnd();
+            ASSERT_TRUE(flushed.WaitForByte()) << "the writer died before its first flush";
+            TimeMark first = TimeMark::Now();
+            ASSERT_TRUE(flushed.WaitForByte());
+            auto cycle = (TimeMark::Now() - first).Microseconds();
+            ::usleep(static_cast<useconds_t>(partOfCycle(random) * static_cast<double>(cycle)));
+            for (pid_t child : children) {
+                ::kill(child, SIGKILL);
+                ::waitpid(child, nullptr, 0);
+            }
+            seen.insert(WholeVersionIn(file));
+        }
+    }
+
+    TemporaryFolder folder_{FastFolder()};
+};
+
+} // namespace
+
+TEST_F(KillWriterTest, KilledWriterLeavesAWholeVersion) {
+    std::set<std::string> seen;
+    KillRounds(250, "A", seen);
+    RecordProperty("distinct_versions_seen", static_cast<int>(seen.size()));
+
+    // The next writer clears what the killed ones left behind.
+    CFPreferenceSettingStore store(kKey, kDomain, kCFPreferencesAnyUser, kCFPreferencesCurrentHost);
+    store.Set("S", "setting0", "final", Instant::Now() + TimeInterval::Seconds(60));
+    store.Flush();
+    for (auto const& entry : std::filesystem::directory_iterator(folder_.Path())) {
+        EXPECT_EQ(entry.path().filename().string().find(".tmp."), std::string::npos)
+            << entry.path();
+    }
+}
+
+TEST_F(KillWriterTest, TwoWritersNeverMixTheirVersions) {
+    std::set<std::string> seen;
+    KillRounds(60, "AB", seen);
+    RecordProperty("distinct_versions_seen", static_cast<int>(seen.size()));
+}

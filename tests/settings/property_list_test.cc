@@ -1,0 +1,170 @@
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstring>
+#include <limits>
+#include <random>
+
+#include "settings/cf_preferences.h"
+#include "settings/property_list.h"
+#include "settings_test_support.h"
+
+namespace {
+
+// Writes the instants as an array of dates in binary form and reads them back.
+std::vector<Instant> RoundTrip(std::vector<Instant> const& instants) {
+    AutoCFPropertyList array(plist_new_array());
+    for (Instant instant : instants) {
+        plist_array_append_item(array.Get(), MakeCFDate(instant).Release());
+    }
+    std::string bytes = SerializeBinaryPropertyList(array.Get());
+    AutoCFPropertyList back = ParsePropertyList(bytes);
+    std::vector<Instant> result;
+    for (uint32_t i = 0; i < plist_array_get_size(back.Get()); ++i) {
+        result.push_back(CFDateToInstant(plist_array_get_item(back.Get(), i)));
+    }
+    return result;
+}
+
+// A one-date binary plist whose stored float64 is replaced by value.
+std::string BinaryDateWithStoredValue(double value) {
+    AutoCFPropertyList date(plist_new_date(0, 0));
+    std::string bytes = SerializeBinaryPropertyList(date.Get());
+    size_t marker = bytes.find('\x33', 8);
+    EXPECT_NE(marker, std::string::npos);
+    uint64_t bits;
+    std::memcpy(&bits, &value, sizeof bits);
+    for (int i = 7; i >= 0; --i) {
+        bytes[marker + 1 + static_cast<size_t>(i)] = static_cast<char>(bits & 0xff);
+        bits >>= 8;
+    }
+    return bytes;
+}
+
+} // namespace
+
+TEST(PropertyListDates, BinaryRoundTripKeepsEveryMicrosecond) {
+    // libplist alone truncates about half of these to the microsecond below.
+    std::mt19937_64 random(5);
+    std::uniform_int_distribution<int64_t> micro(0, 999999);
+    std::uniform_int_distribution<int64_t> anywhere(-2147483648LL * 1000000,
+                                                    2147483647LL * 1000000 + 999999);
+    for (int64_t second :
+         {0LL, 1LL, -1LL, -2LL, 600000000LL, -600000000LL, 2147483647LL, -2147483647LL}) {
+        std::vector<Instant> instants;
+        int64_t sign = second < 0 ? -1 : 1;
+        for (int i = 0; i < 1500; ++i) {
+            instants.emplace_back(second * 1000000 + sign * micro(random));
+            instants.emplace_back(anywhere(random));
+        }
+        instants.push_back(Instant::Now());
+        EXPECT_EQ(RoundTrip(instants), instants) << second;
+    }
+}
+
+TEST(PropertyListDates, TheSecondBeforeTheEpochReadsAsTheEpoch) {
+    EXPECT_EQ(RoundTrip({Instant(-1), Instant(-999999), Instant(-1000000), Instant(1)}),
+              (std::vector<Instant>{Instant(0), Instant(0), Instant(-1000000), Instant(1)}));
+}
+
+TEST(PropertyListDates, OutOfRangeInstantsAreClampedNotWrapped) {
+    Instant earliest(-2147483648LL * 1000000);
+    Instant latest(2147483647LL * 1000000 + 999999);
+    std::vector<Instant> back =
+        RoundTrip({Instant(std::numeric_limits<int64_t>::max()), Instant(-3000000000LL * 1000000),
+                   Instant(3000000000LL * 1000000)});
+    EXPECT_EQ(back, (std::vector<Instant>{latest, earliest, latest}));
+}
+
+TEST(PropertyListDates, HostileStoredDatesAreClampedOnRead) {
+    struct Case {
+        double stored;
+        Instant expected;
+    };
+    Case cases[] = {
+        {std::nan(""), Instant(0)},
+        {std::numeric_limits<double>::infinity(), Instant(2147483647LL * 1000000 + 999999)},
+        {-1e300, Instant(-2147483648LL * 1000000)},
+        {1.0000004, Instant(1000000)},
+        {1.0000006, Instant(1000001)},
+        {-1.5, Instant(-1500000)},
+        {-0.5, Instant(0)},
+    };
+    for (Case const& c : cases) {
+        std::string bytes = BinaryDateWithStoredValue(c.stored);
+        AutoCFPropertyList date = ParsePropertyList(bytes);
+        EXPECT_EQ(CFDateToInstant(date.Get()), c.expected) << c.stored;
+    }
+}
+
+TEST(PropertyListDates, XmlKeepsWholeSeconds) {
+    AutoCFPropertyList date = MakeCFDate(Instant(600000000LL * 1000000 + 654321));
+    char* xml = nullptr;
+    uint32_t length = 0;
+    plist_to_xml(date.Get(), &xml, &length);
+    std::string text(xml, length);
+    plist_to_xml_free(xml);
+    AutoCFPropertyList back = ParsePropertyList(text);
+    EXPECT_EQ(CFDateToInstant(back.Get()), Instant(600000000LL * 1000000));
+}
+
+TEST(PropertyListParsing, RejectsWhatIsNotAPropertyList) {
+    AutoCFPropertyList dictionary(plist_new_dict());
+    plist_dict_set_item(dictionary.Get(), "key", plist_new_string("value"));
+    std::string binary = SerializeBinaryPropertyList(dictionary.Get());
+    std::string inputs[] = {"", "garbage", "bplist00", binary.substr(0, binary.size() - 1),
+                            "<plist><dict><key>a</key>"};
+    for (std::string& input : inputs) {
+        EXPECT_THROW(ParsePropertyList(input), PropertyListParseError) << input;
+    }
+    AutoCFPropertyList whole = ParsePropertyList(binary);
+    EXPECT_EQ(ConvertCFPropertyList<std::string>(plist_dict_get_item(whole.Get(), "key")), "value");
+}
+
+TEST(PropertyListText, OnlyValidUtf8WithoutNulIsText) {
+    EXPECT_TRUE(IsPropertyListText(""));
+    EXPECT_TRUE(IsPropertyListText("plain ascii"));
+    EXPECT_TRUE(IsPropertyListText("caf\xc3\xa9 \xe2\x82\xac \xf0\x9f\x98\x80"));
+    EXPECT_FALSE(IsPropertyListText(std::string_view("a\0b", 3)));
+    EXPECT_FALSE(IsPropertyListText("\xff"));
+    EXPECT_FALSE(IsPropertyListText("\xc3"));             // cut short
+    EXPECT_FALSE(IsPropertyListText("\xc0\xaf"));         // overlong
+    EXPECT_FALSE(IsPropertyListText("\xed\xa0\x80"));     // surrogate
+    EXPECT_FALSE(IsPropertyListText("\xf4\x90\x80\x80")); // above U+10FFFF
+    EXPECT_FALSE(IsPropertyListText("\xe2\x82x"));        // bad continuation
+}
+
+TEST(PropertyListText, AnyBytesSurviveAsStringOrData) {
+    std::string values[] = {"", "text", std::string("nul\0inside", 10), "bad\xff\xfe",
+                            "caf\xc3\xa9"};
+    for (std::string const& value : values) {
+        AutoCFPropertyList list = MakeCFPropertyList(value);
+        std::string bytes = SerializeBinaryPropertyList(list.Get());
+        AutoCFPropertyList back = ParsePropertyList(bytes);
+        EXPECT_EQ(plist_get_node_type(back.Get()),
+                  IsPropertyListText(value) ? PLIST_STRING : PLIST_DATA);
+        EXPECT_EQ(ConvertCFPropertyList<std::string>(back.Get()), value);
+    }
+}
+
+TEST(PropertyListConversions, NullOrWrongTypeThrows) {
+    AutoCFPropertyList number(plist_new_uint(3));
+    EXPECT_THROW(ConvertCFPropertyList<std::string>(nullptr), ConvertCFPropertyListError);
+    EXPECT_THROW(ConvertCFPropertyList<std::string>(number.Get()), ConvertCFPropertyListError);
+    EXPECT_THROW(ConvertCFPropertyList<Instant>(nullptr), ConvertCFPropertyListError);
+    EXPECT_THROW(ConvertCFPropertyList<Instant>(number.Get()), ConvertCFPropertyListError);
+}
+
+TEST(AutoCFPropertyListOwnership, MoveHandsOverAndEmptiesTheSource) {
+    AutoCFPropertyList first(plist_new_string("a"));
+    plist_t node = first.Get();
+    AutoCFPropertyList second(std::move(first));
+    EXPECT_FALSE(first);
+    EXPECT_EQ(second.Get(), node);
+    AutoCFPropertyList third(plist_new_string("b"));
+    third = std::move(second);
+    EXPECT_EQ(third.Get(), node);
+    plist_t released = third.Release();
+    EXPECT_FALSE(third);
+    plist_free(released);
+}

@@ -1,0 +1,274 @@
+#include <gtest/gtest.h>
+
+#include "settings/setting_store.h"
+#include "settings_test_support.h"
+
+namespace {
+
+constexpr char const* kDomain = "test.store";
+constexpr char const* kKey = "Settings";
+
+Instant At(int64_t microseconds) {
+    return Instant(microseconds);
+}
+
+class SettingStoreTest : public PreferencesFolderTest {
+protected:
+    std::unique_ptr<CFPreferenceSettingStore> NewStore(char const* key = kKey) {
+        return std::make_unique<CFPreferenceSettingStore>(key, kDomain, kCFPreferencesAnyUser,
+                                                          kCFPreferencesCurrentHost);
+    }
+    // The store as a new process would read it from disk.
+    std::unique_ptr<CFPreferenceSettingStore> Reopened(char const* key = kKey) {
+        StartOver();
+        return NewStore(key);
+    }
+    plist_t RawSetting(AutoCFPropertyList const& file, char const* section, char const* name) {
+        return plist_access_path(file.Get(), 3, kKey, section, name);
+    }
+};
+
+struct Seen {
+    std::string name;
+    std::string value;
+    Instant date;
+    bool deleted;
+    friend bool operator==(Seen const&, Seen const&) = default;
+};
+
+std::vector<Seen> Visit(WrappedSettingIterator<CFPreferenceSettingIterator> iterator) {
+    std::vector<Seen> seen;
+    for (; !iterator.AtEnd(); ++iterator) {
+        seen.push_back(
+            {iterator.Name().str(), iterator.Value().str(), iterator.Date(), iterator.Deleted()});
+    }
+    return seen;
+}
+
+} // namespace
+
+TEST(CFPreferenceSettingConstruction, DefaultsAreTombstonesWithoutDate) {
+    CFPreferenceSetting none;
+    EXPECT_EQ(none.Value(), "");
+    EXPECT_EQ(none.Date(), Instant::First());
+    EXPECT_TRUE(none.Deleted());
+    CFPreferenceSetting live("v", At(5));
+    EXPECT_FALSE(live.Deleted());
+    EXPECT_EQ(live.Date(), At(5));
+    CFPreferenceSetting cleared(At(7));
+    EXPECT_TRUE(cleared.Deleted());
+    EXPECT_EQ(cleared.Value(), "");
+    EXPECT_EQ(cleared.Date(), At(7));
+}
+
+TEST_F(SettingStoreTest, MissingKeyGivesEmptyIterators) {
+    auto store = NewStore();
+    EXPECT_TRUE(store->FindSection("Client").AtEnd());
+    EXPECT_TRUE(store->FindItem("Client", "Name").AtEnd());
+    EXPECT_TRUE(store->IteratorForSection("").AtEnd());
+    EXPECT_FALSE(store->Changed());
+}
+
+TEST_F(SettingStoreTest, LastWriterWinsByDate) {
+    auto store = NewStore();
+    store->Set("S", "n", "first", At(100));
+    EXPECT_TRUE(store->Changed());
+    store->Set("S", "n", "older", At(99));
+    EXPECT_EQ(store->FindItem("S", "n").Value().str(), "first");
+    store->Set("S", "n", "same date", At(100));
+    EXPECT_EQ(store->FindItem("S", "n").Value().str(), "same date");
+    store->Set("S", "n", "later", At(101));
+    auto item = store->FindItem("S", "n");
+    EXPECT_EQ(item.Value().str(), "later");
+    EXPECT_EQ(item.Date(), At(101));
+    EXPECT_FALSE(item.Deleted());
+    ++item;
+    EXPECT_TRUE(item.AtEnd()) << "a single-item iterator holds one setting";
+}
+
+TEST_F(SettingStoreTest, ClearLeavesADatedTombstone) {
+    auto store = NewStore();
+    store->Clear("S", "absent", At(10));
+    EXPECT_TRUE(store->FindSection("S").AtEnd()) << "clearing creates nothing";
+    EXPECT_FALSE(store->Changed());
+
+    store->Set("S", "a", "va", At(10));
+    store->Set("S", "b", "vb", At(10));
+    store->Flush();
+    store->Clear("S", "absent", At(20));
+    store->Clear("S", "a", At(9));
+    EXPECT_FALSE(store->Changed()) << "an earlier clear is ignored";
+    store->Clear("S", "a", At(20));
+    EXPECT_TRUE(store->Changed());
+    EXPECT_EQ(Visit(store->FindSection("S")),
+              (std::vector<Seen>{{"a", "", At(20), true}, {"b", "vb", At(10), false}}));
+
+    store->Set("S", "a", "too old", At(19));
+    EXPECT_TRUE(store->FindItem("S", "a").Deleted()) << "the tombstone refuses older values";
+    store->Set("S", "a", "revived", At(21));
+    EXPECT_FALSE(store->FindItem("S", "a").Deleted());
+}
+
+TEST_F(SettingStoreTest, NamesAreOrderedAndComparedAsBytes) {
+    auto store = NewStore();
+    for (char const* name : {"b", "B", "a", "_", "\xc3\xa9"}) {
+        store->Set("S", name, name, At(1));
+    }
+    std::vector<std::string> names;
+    for (Seen const& seen : Visit(store->FindSection("S"))) {
+        names.push_back(seen.name);
+    }
+    EXPECT_EQ(names, (std::vector<std::string>{"B", "_", "a", "b", "\xc3\xa9"}));
+    EXPECT_TRUE(store->FindItem("S", "A").AtEnd());
+    EXPECT_TRUE(store->FindItem("s", "a").AtEnd());
+}
+
+TEST_F(SettingStoreTest, FlushWritesTheLayoutAndReadsBackExactly) {
+    Instant now = Instant::Now();
+    {
+        auto store = NewStore();
+        store->Set("Client", "live", "value", now);
+        store->Set("Client", "undated", "no date", Instant::First());
+        store->Set("Client", "cleared", "x", At(5));
+        store->Clear("Client", "cleared", now);
+        store->Set("Client", "bytes", std::string_view("a\0\xff", 3), At(-1500001));
+        store->Set("Other", "k", "", At(0));
+        store->Flush();
+        EXPECT_FALSE(store->Changed());
+    }
+    AutoCFPropertyList raw = RawParse(DomainFile(kDomain));
+    plist_t live = RawSetting(raw, "Client", "live");
+    EXPECT_EQ(plist_dict_get_size(live), 2u);
+    plist_t undated = RawSetting(raw, "Client", "undated");
+    EXPECT_EQ(plist_dict_get_size(undated), 1u);
+    EXPECT_NE(plist_dict_get_item(undated, "Value"), nullptr);
+    plist_t cleared = RawSetting(raw, "Client", "cleared");
+    EXPECT_EQ(plist_dict_get_size(cleared), 1u);
+    EXPECT_NE(plist_dict_get_item(cleared, "Date"), nullptr);
+
+    auto reopened = Reopened();
+    EXPECT_EQ(Visit(reopened->FindSection("Client")),
+              (std::vector<Seen>{{"bytes", std::string("a\0\xff", 3), At(-1500001), false},
+                                 {"cleared", "", now, true},
+                                 {"live", "value", now, false},
+                                 {"undated", "no date", Instant::First(), false}}));
+    EXPECT_EQ(Visit(reopened->FindSection("Other")), (std::vector<Seen>{{"k", "", At(0), false}}));
+}
+
+TEST_F(SettingStoreTest, ReadBackRulesForEachShapeOfEntry) {
+    AutoCFPropertyList section(plist_new_dict());
+    auto add = [&](char const* name, bool value, bool date) {
+        plist_t entry = plist_new_dict();
+        if (value) {
+            plist_dict_set_item(entry, "Value", plist_new_string(name));
+        }
+        if (date) {
+            plist_dict_set_item(entry, "Date", plist_new_date(1, 0));
+        }
+        plist_dict_set_item(section.Get(), name, entry);
+    };
+    add("both", true, true);
+    add("value", true, false);
+    add("date", false, true);
+    add("neither", false, false);
+    auto settings = ConvertCFPropertyList<CFPreferenceSettingMap>(section.Get());
+    EXPECT_EQ(settings.at("both"), CFPreferenceSetting("both", At(1000000)));
+    EXPECT_EQ(settings.at("value"), CFPreferenceSetting("value", Instant::First()));
+    EXPECT_EQ(settings.at("date"), CFPreferenceSetting(At(1000000)));
+    EXPECT_EQ(settings.at("neither"), CFPreferenceSetting());
+}
+
+TEST_F(SettingStoreTest, WrongTypesStartEmptyAndTheFileIsKeptAside) {
+    AutoCFPropertyList root(plist_new_dict());
+    AutoCFPropertyList sections(plist_new_dict());
+    plist_t section = plist_new_dict();
+    plist_t entry = plist_new_dict();
+    plist_dict_set_item(entry, "Value", plist_new_uint(42)); // not text
+    plist_dict_set_item(section, "n", entry);
+    plist_dict_set_item(sections.Get(), "S", section);
+    plist_dict_set_item(root.Get(), kKey, sections.Release());
+    plist_dict_set_item(root.Get(), "Untouched", plist_new_string("kept"));
+    std::string original = SerializeBinaryPropertyList(root.Get());
+    WriteBytes(DomainFile(kDomain), original);
+
+    auto store = Reopened();
+    EXPECT_TRUE(store->FindSection("S").AtEnd());
+    store->Set("S", "n", "new", At(1));
+    testing::internal::CaptureStderr();
+    store->Flush();
+    EXPECT_NE(testing::internal::GetCapturedStderr().find("unreadable.1"), std::string::npos);
+    EXPECT_EQ(ReadBytes(DomainFile(kDomain).string() + ".unreadable.1"), original);
+    AutoCFPropertyList raw = RawParse(DomainFile(kDomain));
+    EXPECT_EQ(ConvertCFPropertyList<std::string>(plist_dict_get_item(raw.Get(), "Untouched")),
+              "kept");
+}
+
+TEST_F(SettingStoreTest, ResetDatesAloneIsNotWritten) {
+    auto store = NewStore();
+    store->Set("S", "n", "v", At(50));
+    store->Flush();
+    FileIdentity written = IdentityOf(DomainFile(kDomain));
+    store->ResetDates();
+    EXPECT_EQ(store->FindItem("S", "n").Date(), Instant::First());
+    EXPECT_FALSE(store->Changed());
+    store->Flush();
+    EXPECT_EQ(IdentityOf(DomainFile(kDomain)), written);
+    EXPECT_EQ(Reopened()->FindItem("S", "n").Date(), At(50));
+}
+
+TEST_F(SettingStoreTest, RenameSectionCopiesButReachesDiskOnlyWithAnotherChange) {
+    auto store = NewStore();
+    store->Set("Old", "a", "old a", At(1));
+    store->Set("Old", "b", "old b", At(1));
+    store->Clear("Old", "b", At(2));
+    store->Set("New", "a", "new a", At(9));
+    store->Set("New", "c", "new c", At(9));
+    store->Flush();
+
+    store->RenameSection("Old", "New");
+    EXPECT_EQ(Visit(store->FindSection("New")), (std::vector<Seen>{{"a", "old a", At(1), false},
+                                                                   {"b", "", At(2), true},
+                                                                   {"c", "new c", At(9), false}}))
+        << "copied settings replace same-named ones whatever their dates";
+    EXPECT_EQ(Visit(store->FindSection("Old")).size(), 2u) << "the old section stays";
+    EXPECT_FALSE(store->Changed());
+    EXPECT_EQ(Reopened()->FindItem("New", "a").Value().str(), "new a") << "not written yet";
+
+    store = NewStore();
+    store->RenameSection("Old", "New");
+    store->Set("Other", "x", "y", At(3));
+    store->Flush();
+    EXPECT_EQ(Reopened()->FindItem("New", "a").Value().str(), "old a");
+
+    store = NewStore();
+    store->RenameSection("Missing", "Nowhere");
+    EXPECT_TRUE(store->FindSection("Nowhere").AtEnd());
+}
+
+TEST_F(SettingStoreTest, UnflushedChangesReachDiskWhenTheDomainIsWritten) {
+    NewStore()->Set("S", "n", "set, never flushed", At(4));
+    StartOver(); // as at exit: the preference layer writes what it was handed
+    EXPECT_EQ(NewStore()->FindItem("S", "n").Value().str(), "set, never flushed");
+}
+
+TEST_F(SettingStoreTest, StoresOfOneDomainKeepEachOthersKeys) {
+    auto settings = NewStore("Settings");
+    auto sites = NewStore("Sites");
+    settings->Set("S", "n", "setting", At(1));
+    sites->Set("S", "n", "site", At(1));
+    settings->Flush();
+    sites->Flush();
+    EXPECT_EQ(Reopened("Settings")->FindItem("S", "n").Value().str(), "setting");
+    EXPECT_EQ(NewStore("Sites")->FindItem("S", "n").Value().str(), "site");
+}
+
+TEST_F(SettingStoreTest, NamesThatCannotBeKeysAreLeftOutAndReported) {
+    auto store = NewStore();
+    store->Set("S", "good", "kept", At(1));
+    store->Set("S", "bad\xff", "left out", At(1));
+    testing::internal::CaptureStderr();
+    store->Flush();
+    EXPECT_NE(testing::internal::GetCapturedStderr().find("not UTF-8"), std::string::npos);
+    EXPECT_EQ(Visit(Reopened()->FindSection("S")),
+              (std::vector<Seen>{{"good", "kept", At(1), false}}));
+}

@@ -1,0 +1,73 @@
+// A private preferences folder per test, and small readers of raw files.
+#pragma once
+
+#include <gtest/gtest.h>
+#include <stdlib.h>
+
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <ostream>
+#include <string>
+
+#include "settings/preference_domain.h"
+#include "settings/property_list.h"
+#include "util/instant.h"
+
+// Instants print as their microseconds in failure messages.
+inline void PrintTo(Instant instant, std::ostream* out) {
+    *out << instant.Microseconds() << "us";
+}
+
+// A fresh folder, removed with everything in it at the end.
+class TemporaryFolder {
+public:
+    explicit TemporaryFolder(
+        std::filesystem::path const& base = std::filesystem::temp_directory_path()) {
+        std::string pattern = base / "zor-settings-XXXXXX";
+        path_ = ::mkdtemp(pattern.data());
+    }
+    TemporaryFolder(TemporaryFolder const&) = delete;
+    TemporaryFolder& operator=(TemporaryFolder const&) = delete;
+    ~TemporaryFolder() {
+        std::error_code ignored;
+        std::filesystem::remove_all(path_, ignored);
+    }
+    std::filesystem::path const& Path() const { return path_; }
+
+private:
+    std::filesystem::path path_;
+};
+
+// Points the preference layer at a private folder for the test's length,
+// from before the derived fixture's stores are built until after they are gone.
+class PreferencesFolderTest : public ::testing::Test {
+protected:
+    PreferencesFolderTest() { EXPECT_TRUE(SetPreferencesFolder(folder_.Path())); }
+    ~PreferencesFolderTest() override { SetPreferencesFolder({}); }
+
+    std::filesystem::path DomainFile(std::string const& applicationId) const {
+        return folder_.Path() / (applicationId + ".plist");
+    }
+    // Forgets every cached domain, as a new process would start.
+    void StartOver() { ASSERT_TRUE(SetPreferencesFolder(folder_.Path())); }
+
+    TemporaryFolder folder_;
+};
+
+inline std::string ReadBytes(std::filesystem::path const& file) {
+    std::ifstream in(file, std::ios::binary);
+    return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+}
+
+inline void WriteBytes(std::filesystem::path const& file, std::string const& bytes) {
+    std::ofstream(file, std::ios::binary) << bytes;
+}
+
+// The file parsed by libplist alone, without the store's code.
+inline AutoCFPropertyList RawParse(std::filesystem::path const& file) {
+    std::string bytes = ReadBytes(file);
+    plist_t tree = nullptr;
+    plist_from_memory(bytes.data(), static_cast<uint32_t>(bytes.size()), &tree);
+    return AutoCFPropertyList(tree);
+}
