@@ -180,7 +180,7 @@ Output:
                        the time taken to compile and evaluate it
   --json               print one JSON object per expression: expression,
                        type, plural, answers, error (null or kind, column,
-                       message) and time_us
+                       message) and time_us (so -t adds nothing)
   --phrases            list every registered phrase with its kind, plural,
                        object, index and result types (JSON lines with --json)
 Limits:
