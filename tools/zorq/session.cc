@@ -50,6 +50,7 @@ bool runInteractively(Printer& printer) {
         allEvaluated =
             printer.run(*line, std::string_view(LineEditor::prompt).size()) && allEvaluated;
     }
+    std::cout << '\n'; // end of input leaves the cursor after a prompt
     return allEvaluated;
 }
 
