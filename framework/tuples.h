@@ -42,6 +42,9 @@ private:
     tuple_node second_;
 };
 
+static_assert(sizeof(InspectorTuple2<integer, integer>) == 2 * sizeof(tuple_node),
+              "a two-member tuple is exactly its two nodes");
+
 // The name of a timed value's type: "timed" directly followed by its tuple's name.
 std::string MakeTimedValueTypeName(char const* tupleTypeName);
 
