@@ -1,0 +1,45 @@
+// Dictionaries of named values, as property lists and device attributes give
+// them.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "util/bytes.h"
+
+// One value of a dictionary. Scalars have a text form; arrays, nested
+// dictionaries, dates and data are kept as Other, without one.
+struct DictionaryValue {
+    enum class Kind : std::uint8_t { String, Integer, Real, Boolean, Other };
+    Kind kind = Kind::Other;
+    std::string text;         // the string, or the number or truth value as text
+    std::int64_t integer = 0; // for Integer
+
+    static DictionaryValue String(std::string text);
+    static DictionaryValue Integer(std::int64_t value);
+};
+
+class OSXDictionary {
+public:
+    using Entry = std::pair<std::string, DictionaryValue>;
+
+    // Adds or replaces the value of `key`.
+    void Set(std::string key, DictionaryValue value);
+    DictionaryValue const* Find(std::string_view key) const;
+    // The text of a String value; none for absent keys and other kinds.
+    std::optional<std::string> FindString(std::string_view key) const;
+    // In bytewise order of the keys.
+    std::vector<Entry> const& Entries() const { return entries_; }
+    bool empty() const { return entries_.empty(); }
+
+private:
+    std::vector<Entry> entries_;
+};
+
+// The top-level dictionary of a property list in XML or binary form; none
+// when the bytes are no property list or its top level is no dictionary.
+std::optional<OSXDictionary> ParsePropertyListDictionary(ConstData bytes);
