@@ -123,23 +123,18 @@ private:
         using K = Syntax::Kind;
         switch (s.kind) {
         case K::Integer:
-            return finish(std::make_unique<LiteralNode>(typeNamed(type_names::integer, s.column),
-                                                        integer{s.number}),
-                          typeNamed(type_names::integer, s.column), false, s.column);
+            return withWhose(s, literal(s, type_names::integer, integer{s.number}));
         case K::String:
-            return finish(
-                std::make_unique<LiteralNode>(typeNamed(type_names::string, s.column), s.text),
-                typeNamed(type_names::string, s.column), false, s.column);
+            return withWhose(s, literal(s, type_names::string, s.text));
         case K::Boolean:
-            return finish(std::make_unique<LiteralNode>(typeNamed(type_names::boolean, s.column),
-                                                        boolean{s.number != 0}),
-                          typeNamed(type_names::boolean, s.column), false, s.column);
+            return withWhose(s, literal(s, type_names::boolean, boolean{s.number != 0}));
         case K::It:
             if (scopes_.empty())
                 bindingError(s.column, "\"it\" has no meaning here: it stands for each value "
                                        "inside \"whose (...)\" or \"(...) of\"");
-            return finish(std::make_unique<ItNode>(static_cast<int>(scopes_.size()) - 1),
-                          scopes_.back(), false, s.column);
+            return withWhose(s,
+                             finish(std::make_unique<ItNode>(static_cast<int>(scopes_.size()) - 1),
+                                    scopes_.back(), false, s.column));
         case K::Phrase:
             return withWhose(s, phrase(s));
         case K::Group:
@@ -174,6 +169,11 @@ private:
             return collection(s);
         }
         bindingError(s.column, "unsupported expression");
+    }
+
+    template <typename Value> NodePtr literal(Syntax const& s, char const* typeName, Value value) {
+        auto type = typeNamed(typeName, s.column);
+        return finish(std::make_unique<LiteralNode>(type, std::move(value)), type, false, s.column);
     }
 
     NodePtr withWhose(Syntax const& s, NodePtr node) {
@@ -264,9 +264,9 @@ private:
                         return record;
                     }
         }
-        if (!known)
-            bindingError(s.column, "unknown phrase " + quoted(s.text));
         std::string of = object ? " of type " + quoted(object->type->name) : " of the world";
+        if (!known)
+            bindingError(s.column, "unknown phrase " + quoted(s.text) + (object ? of : ""));
         if (hasObjectMatch(s.text, objects))
             bindingError(s.column,
                          "phrase " + quoted(s.text) + of +

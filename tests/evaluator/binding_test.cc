@@ -46,7 +46,8 @@ TEST_F(Binding, PluralityFollowsThePhraseForm) {
 }
 
 TEST_F(Binding, ErrorsNameThePhraseTheTypeAndTheColumn) {
-    EXPECT_EQ(failure("speed of \"x\""), "1: unknown phrase \"speed\"");
+    EXPECT_EQ(failure("speed of \"x\""), "1: unknown phrase \"speed\" of type \"string\"");
+    EXPECT_EQ(failure("speed"), "1: unknown phrase \"speed\"");
     EXPECT_EQ(failure("1 + legs of \"x\""), "5: unknown phrase \"legs\" of type \"string\"");
     EXPECT_EQ(failure("legs"), "1: unknown phrase \"legs\" of the world");
     EXPECT_EQ(failure("legs 1 of test dog"),
@@ -80,6 +81,9 @@ TEST_F(Binding, WhoseAndOfBindItToTheInnermostValue) {
               (std::vector<std::string>{"1, 1", "2, 2"}));
     EXPECT_EQ(answers("(ticks 3) whose (exists (ticks it) whose (it = 2))"),
               (std::vector<std::string>{"2", "3"}));
+    EXPECT_EQ(answers("(it whose (it > 1)) of (1;2;3)"), (std::vector<std::string>{"2", "3"}));
+    EXPECT_EQ(failure("5 whose (it > 10)"), "0: Singular expression refers to nonexistent object.");
+    EXPECT_EQ(answer("\"abc\" whose (it starts with \"a\")"), "abc");
     EXPECT_EQ(answers("(it * 10) whose (it > 10) of (1;2;3)"),
               (std::vector<std::string>{"20", "30"}));
 }

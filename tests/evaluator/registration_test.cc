@@ -22,7 +22,7 @@ TEST(Registration, AWithdrawnPhraseIsNeverCalledAndBoundExpressionsRebind) {
         ADD_FAILURE() << "a withdrawn phrase answered";
     } catch (ExpressionError const& e) {
         EXPECT_EQ(e.kind(), ExpressionError::Kind::Binding);
-        EXPECT_STREQ(e.what(), "unknown phrase \"sound\"");
+        EXPECT_STREQ(e.what(), "unknown phrase \"sound\" of type \"test dog\"");
     }
     EXPECT_EQ(legs.answers(), std::vector<std::string>{"4"}); // unaffected
     phrases.reset();
