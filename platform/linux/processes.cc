@@ -1,0 +1,220 @@
+#include "platform/linux/processes.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <charconv>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <dirent.h>
+#include <fcntl.h>
+#include <unistd.h>
+
+namespace {
+
+// The name the failed-assertion messages give this routine.
+constexpr char kSourceName[] = "Shared/Portable/Processes/Mac/BSDProcessList";
+
+// Processes that may start between sizing and reading the table.
+constexpr std::size_t kSlackRecords = 5;
+
+// Longest process id in decimal is 10 digits; "<id>/stat" and a NUL.
+constexpr std::size_t kStatPathSize = 16;
+// The id, the name and its parentheses fit well within this; the fields
+// after the name hold no ")", so the last one read still ends the name.
+constexpr std::size_t kStatPrefixSize = 128;
+
+void CheckProcessList(bool holds, unsigned line, char const* condition) {
+    if (!holds) {
+        std::fprintf(stderr, "%s:%u: failed assertion `%s'\n", kSourceName, line, condition);
+        std::abort();
+    }
+}
+
+class Descriptor {
+public:
+    explicit Descriptor(int fd) : fd_(fd) {}
+    ~Descriptor() {
+        if (fd_ >= 0) {
+            ::close(fd_);
+        }
+    }
+    Descriptor(Descriptor const&) = delete;
+    Descriptor& operator=(Descriptor const&) = delete;
+    int get() const { return fd_; }
+
+private:
+    int fd_;
+};
+
+class Directory {
+public:
+    explicit Directory(char const* path) : directory_(::opendir(path)) {}
+    ~Directory() {
+        if (directory_) {
+            ::closedir(directory_);
+        }
+    }
+    Directory(Directory const&) = delete;
+    Directory& operator=(Directory const&) = delete;
+    DIR* get() const { return directory_; }
+
+private:
+    DIR* directory_;
+};
+
+// Reads one process's stat file relative to a directory (the /proc
+// directory, or the current directory's root for an absolute path).
+bool ReadStat(int directory, char const* path, kinfo_proc& record) {
+    Descriptor file(::openat(directory, path, O_RDONLY | O_CLOEXEC));
+    if (file.get() < 0) {
+        return false; // the process has exited
+    }
+    char text[kStatPrefixSize];
+    ssize_t const length = ::read(file.get(), text, sizeof text);
+    return length > 0 && platform::ParseProcessStat(
+                             std::string_view(text, static_cast<std::size_t>(length)), record);
+}
+
+class LiveProcessTable final : public platform::ProcessTableSource {
+public:
+    int TableSize(std::size_t& records) override {
+        Directory proc("/proc");
+        if (!proc.get()) {
+            return errno;
+        }
+        records = kSlackRecords;
+        errno = 0;
+        while (dirent const* entry = ::readdir(proc.get())) {
+            records += platform::IsProcessId(entry->d_name);
+        }
+        return errno;
+    }
+
+    int ReadTable(kinfo_proc* records, std::size_t room, std::size_t& count) override {
+        Directory proc("/proc");
+        if (!proc.get()) {
+            return errno;
+        }
+        int const directory = ::dirfd(proc.get());
+        count = 0;
+        for (;;) {
+            errno = 0; // reading an exited process's file sets it
+            dirent const* entry = ::readdir(proc.get());
+            if (!entry) {
+                return errno;
+            }
+            if (!platform::IsProcessId(entry->d_name)) {
+                continue;
+            }
+            if (count == room) {
+                return ENOMEM;
+            }
+            char path[kStatPathSize];
+            std::snprintf(path, sizeof path, "%s/stat", entry->d_name);
+            count += ReadStat(directory, path, records[count]);
+        }
+    }
+
+    bool ReadProcess(std::uint32_t pid, kinfo_proc& record) override {
+        char path[sizeof "/proc/" + kStatPathSize];
+        std::snprintf(path, sizeof path, "/proc/%u/stat", pid);
+        return ReadStat(AT_FDCWD, path, record) &&
+               static_cast<std::uint32_t>(record.kp_proc.p_pid) == pid;
+    }
+};
+
+platform::ProcessTableSource* gInstalled = nullptr;
+
+} // namespace
+
+namespace platform {
+
+ProcessTableSource& ProcessTable() {
+    static LiveProcessTable live;
+    return gInstalled ? *gInstalled : live;
+}
+
+ScopedProcessTableSource::ScopedProcessTableSource(ProcessTableSource& source)
+    : previous_(gInstalled) {
+    gInstalled = &source;
+}
+
+ScopedProcessTableSource::~ScopedProcessTableSource() {
+    gInstalled = previous_;
+}
+
+bool IsProcessId(std::string_view name) {
+    std::int32_t id = 0;
+    if (name.empty() || name.front() == '0') {
+        return false;
+    }
+    auto const [end, error] = std::from_chars(name.data(), name.data() + name.size(), id);
+    return error == std::errc() && end == name.data() + name.size() && id > 0;
+}
+
+bool ParseProcessStat(std::string_view text, kinfo_proc& record) {
+    std::size_t const open = text.find(" (");
+    std::size_t const close = text.rfind(')');
+    if (open == std::string_view::npos || close == std::string_view::npos || close < open + 2) {
+        return false;
+    }
+    std::string_view const id = text.substr(0, open);
+    std::int32_t pid = 0;
+    auto const [end, error] = std::from_chars(id.data(), id.data() + id.size(), pid);
+    if (id.empty() || error != std::errc() || end != id.data() + id.size() || pid < 0) {
+        return false;
+    }
+    std::string_view const name = text.substr(open + 2, close - open - 2);
+    std::size_t const length = std::min(name.size(), sizeof record.kp_proc.p_comm - 1);
+    record = {};
+    record.kp_proc.p_pid = pid;
+    std::memcpy(record.kp_proc.p_comm, name.data(), length);
+    return true;
+}
+
+} // namespace platform
+
+int GetBSDProcessList(kinfo_proc** procList, std::size_t* procCount) {
+    CheckProcessList(procList != NULL, 32, "procList != NULL");
+    CheckProcessList(*procList == NULL, 33, "*procList == NULL");
+    CheckProcessList(procCount != NULL, 34, "procCount != NULL");
+    *procCount = 0;
+
+    platform::ProcessTableSource& table = platform::ProcessTable();
+    kinfo_proc* result = NULL;
+    std::size_t count = 0;
+    int err = 0;
+    for (bool done = false; !done;) {
+        std::size_t room = 0;
+        err = table.TableSize(room);
+        if (err != 0) {
+            break;
+        }
+        result = static_cast<kinfo_proc*>(std::malloc(room * sizeof(kinfo_proc)));
+        if (result == NULL) {
+            err = ENOMEM;
+            break;
+        }
+        err = table.ReadTable(result, room, count);
+        if (err == ENOMEM) {
+            // The table grew since it was sized: size it again.
+            CheckProcessList(result != NULL, 86, "result != NULL");
+            std::free(result);
+            result = NULL;
+        } else {
+            if (err != 0) {
+                std::free(result);
+                result = NULL;
+            }
+            done = true;
+        }
+    }
+
+    *procList = result;
+    if (err == 0) {
+        *procCount = count;
+    }
+    CheckProcessList((err == 0) == (*procList != NULL), 105, "(err == 0) == (*procList != NULL)");
+    return err;
+}
