@@ -4,6 +4,7 @@
 // the static thunks unpack the untyped arguments and call the typed function.
 #pragma once
 
+#include <algorithm>
 #include <compare>
 #include <cstddef>
 #include <cstring>
@@ -259,6 +260,24 @@ unsigned char* AllocateString(std::size_t length);
 inspector_string CopyToEvaluation(std::string_view bytes);
 
 // A view of a string value's bytes.
+// The first occurrence of `needle` in `haystack` at or after `from`, or npos.
+// memchr finds candidates far faster than string_view::find's byte loop.
+inline std::size_t FindBytes(std::string_view haystack, std::string_view needle,
+                             std::size_t from = 0) {
+    if (needle.empty())
+        return from <= haystack.size() ? from : std::string_view::npos;
+    char const* const end = haystack.data() + haystack.size();
+    for (char const* p = haystack.data() + std::min(from, haystack.size());
+         static_cast<std::size_t>(end - p) >= needle.size(); ++p) {
+        p = static_cast<char const*>(std::memchr(p, needle[0], end - p - needle.size() + 1));
+        if (!p)
+            break;
+        if (std::memcmp(p + 1, needle.data() + 1, needle.size() - 1) == 0)
+            return static_cast<std::size_t>(p - haystack.data());
+    }
+    return std::string_view::npos;
+}
+
 inline std::string_view View(inspector_string const& s) {
     return {reinterpret_cast<char const*>(s.pointer), s.length};
 }

@@ -55,7 +55,7 @@ template <class S> substring LastCountOf(integer const& count, S const& s) {
 
 template <class S> substring FirstTextOf(inspector_string const& text, S const& s) {
     substring piece = AsPiece(s);
-    std::size_t at = View(s).find(View(text));
+    std::size_t at = FindBytes(View(s), View(text));
     if (at == std::string_view::npos)
         throw NoSuchObject();
     return Cut(piece, at, text.length);
@@ -123,7 +123,7 @@ public:
         if (ended_)
             throw NoSuchObject();
         std::size_t at = separator.length == 0 ? std::string_view::npos
-                                               : View(subject).find(View(separator), next_);
+                                               : FindBytes(View(subject), View(separator), next_);
         std::size_t start = next_;
         if (at == std::string_view::npos) {
             ended_ = true;
@@ -231,7 +231,7 @@ std::strong_ordering CompareStrings(inspector_string const& a, inspector_string 
 }
 
 boolean Contains(inspector_string const& s, inspector_string const& part) {
-    return View(s).find(View(part)) != std::string_view::npos;
+    return FindBytes(View(s), View(part)) != std::string_view::npos;
 }
 
 boolean StartsWith(inspector_string const& s, inspector_string const& part) {
