@@ -1,0 +1,172 @@
+// The regex phrases end to end: the plug-in loaded into the evaluator and the
+// language forms evaluated, including values that point into iterator state
+// used by nested phrases, compile errors that fail the whole expression, and
+// host budgets that stop long scans.
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "evaluator/evaluator.h"
+#include "platform/linux/regex.h"
+#include "tests/framework/loaded_plugin.h"
+
+namespace {
+
+using Answers = std::vector<std::string>;
+
+class RegexPlugin : public testing::Test {
+protected:
+    static void SetUpTestSuite() { plugin_ = new LoadedPlugin(ZOR_PLUGIN_PATH); }
+    static void TearDownTestSuite() {
+        delete plugin_;
+        plugin_ = nullptr;
+    }
+
+    static Answers Evaluate(std::string const& text, zor::EvaluationOptions const& options = {}) {
+        return zor::Expression::compile(text).answers(options);
+    }
+
+    // The error an evaluation fails with.
+    static zor::ExpressionError Failure(std::string const& text,
+                                        zor::EvaluationOptions const& options = {}) {
+        try {
+            Evaluate(text, options);
+        } catch (zor::ExpressionError const& error) {
+            return error;
+        }
+        throw std::runtime_error("no failure from: " + text);
+    }
+
+    static zor::ExpressionError::Kind BindingKind(std::string const& text) {
+        try {
+            zor::Expression::compile(text);
+        } catch (zor::ExpressionError const& error) {
+            return error.kind();
+        }
+        throw std::runtime_error("bound: " + text);
+    }
+
+private:
+    static inline LoadedPlugin* plugin_ = nullptr;
+};
+
+Answers Repeated(std::string const& answer, std::size_t count) {
+    return Answers(count, answer);
+}
+
+} // namespace
+
+TEST_F(RegexPlugin, RelationsOfStringsToPatterns) {
+    EXPECT_EQ(Evaluate(R"~("abc" = regex "a.c")~"), Answers{"True"});
+    EXPECT_EQ(Evaluate(R"~("abc" = regex "b")~"), Answers{"False"});
+    EXPECT_EQ(Evaluate(R"~(regex "a.c" = "abc")~"), Answers{"True"});
+    EXPECT_EQ(Evaluate(R"~("abc" != regex "b")~"), Answers{"True"});
+    EXPECT_EQ(Evaluate(R"~("abc" starts with regex "b")~"), Answers{"False"});
+    EXPECT_EQ(Evaluate(R"~("abc" ends with regex "b|c")~"), Answers{"True"});
+    EXPECT_EQ(Evaluate(R"~("abcb" ends with regex "b")~"), Answers{"True"});
+    EXPECT_EQ(Evaluate(R"~("abc" does not end with regex "b")~"), Answers{"True"});
+    EXPECT_EQ(Evaluate(R"~("" ends with regex "")~"), Answers{"True"});
+    EXPECT_EQ(Evaluate(R"~("x" contains regex "")~"), Answers{"True"});
+    EXPECT_EQ(Evaluate(R"~("xyz" contains regex "y+")~"), Answers{"True"});
+    EXPECT_EQ(Evaluate(R"~("ABC" = case insensitive regex "abc")~"), Answers{"True"});
+    EXPECT_EQ(Evaluate(R"~("ABC" = regex "abc")~"), Answers{"False"});
+    EXPECT_EQ(Evaluate(R"~("ABC" = case insensitive regular expression "a.c")~"), Answers{"True"});
+    EXPECT_EQ(Evaluate(R"~("abc" = regular expression "a.c")~"), Answers{"True"});
+    // A pattern is cut at an embedded NUL byte.
+    EXPECT_EQ(Evaluate(R"~("a" = regex "a%00b")~"), Answers{"True"});
+    // A substring is matched as the piece it is, not as its whole.
+    EXPECT_EQ(Evaluate(R"~(first "ab" of "abc" = regex "ab")~"), Answers{"True"});
+    EXPECT_EQ(Evaluate(R"~(first "ab" of "abc" ends with regex "b$")~"), Answers{"True"});
+}
+
+TEST_F(RegexPlugin, OnlyTheRegisteredOperandOrdersBind) {
+    using Kind = zor::ExpressionError::Kind;
+    EXPECT_EQ(BindingKind(R"~(regex "a" contains "a")~"), Kind::Binding);
+    EXPECT_EQ(BindingKind(R"~(regex "a" starts with "a")~"), Kind::Binding);
+    EXPECT_EQ(BindingKind(R"~(regex "a" = regex "a")~"), Kind::Binding);
+}
+
+TEST_F(RegexPlugin, EachRegexPhraseYieldsOneExpression) {
+    EXPECT_EQ(Evaluate(R"~(number of regexes "a")~"), Answers{"1"});
+    EXPECT_EQ(Evaluate(R"~(number of case insensitive regexes "a")~"), Answers{"1"});
+    EXPECT_EQ(Evaluate(R"~(number of regular expressions "a")~"), Answers{"1"});
+    EXPECT_EQ(Evaluate(R"~(number of case insensitive regular expressions "a")~"), Answers{"1"});
+}
+
+TEST_F(RegexPlugin, MatchesOverlapAndFirstMatchIsOne) {
+    EXPECT_EQ(Evaluate(R"~(matches (regex "a+") of "aaa")~"), (Answers{"aaa", "aa", "a"}));
+    EXPECT_EQ(Evaluate(R"~(lengths of matches (regex "a+") of "baaa")~"), (Answers{"3", "2", "1"}));
+    EXPECT_EQ(Evaluate(R"~(first matches (regex "a+") of "baaa")~"), Answers{"aaa"});
+    EXPECT_EQ(Evaluate(R"~(first match (regex "a+") of "baaa")~"), Answers{"aaa"});
+    EXPECT_EQ(Evaluate(R"~((start of it) of matches (regex "x*") of "ab")~"),
+              (Answers{"0", "1", "2"}));
+    EXPECT_EQ(Evaluate(R"~(number of matches (regex "z") of "abc")~"), Answers{"0"});
+    EXPECT_EQ(Evaluate(R"~(exists first match (regex "z") of "abc")~"), Answers{"False"});
+    EXPECT_EQ(Failure(R"~(first match (regex "z") of "abc")~").what(),
+              std::string("Singular expression refers to nonexistent object."));
+    EXPECT_EQ(Evaluate(R"~(matches (regex "a+") whose (length of it > 1) of "aaa")~"),
+              (Answers{"aaa", "aa"}));
+    EXPECT_EQ(Evaluate(R"~(whole of first match (regex "b") of "abc")~"), Answers{"abc"});
+}
+
+TEST_F(RegexPlugin, PartsOfMatchesPointIntoLiveIteratorState) {
+    EXPECT_EQ(Evaluate(R"~(parenthesized parts of first match (regex "(a)|(b)") of "b")~"),
+              (Answers{"", "b"}));
+    EXPECT_EQ(Evaluate(R"~(parenthesized part 2 of first match (regex "(a)(b)") of "zab")~"),
+              Answers{"b"});
+    EXPECT_EQ(Evaluate(R"~(exists parenthesized part 3 of first match (regex "(a)(b)") of "ab")~"),
+              Answers{"False"});
+    EXPECT_EQ(Evaluate(R"~(exists parenthesized part 0 of first match (regex "(a)(b)") of "ab")~"),
+              Answers{"False"});
+    // Every match keeps its own parts while it is looked at.
+    EXPECT_EQ(Evaluate(R"~(parenthesized parts of matches (regex "(a)(b)?") of "aab")~"),
+              (Answers{"a", "", "a", "b"}));
+    EXPECT_EQ(Evaluate(R"~((parenthesized part 1 of it & "-" & parenthesized part 2 of it) of )~"
+                       R"~(matches (regex "([a-z])([0-9])") of "a1 b2 c3")~"),
+              (Answers{"a-1", "b-2", "c-3"}));
+    // A match searched again, and the parts of that.
+    EXPECT_EQ(Evaluate(R"~(matches (regex "b+") of first match (regex "ab+") of "xabbb")~"),
+              (Answers{"bbb", "bb", "b"}));
+    EXPECT_EQ(Evaluate(R"~(parenthesized parts of first match (regex "(b)(b)") of )~"
+                       R"~(parenthesized part 1 of first match (regex "a(b+)") of "xabbb")~"),
+              (Answers{"b", "b"}));
+    EXPECT_EQ(
+        Evaluate(R"~(start of parenthesized part 1 of first match (regex "a(b+)") of "xabbb")~"),
+        Answers{"2"});
+}
+
+TEST_F(RegexPlugin, ABadPatternFailsTheWholeExpressionWithTheLibraryMessage) {
+    std::string message = RegError(REG_EPAREN);
+    message.pop_back();
+    for (char const* text : {R"~(regex "(")~", R"~("a" = regex "(")~", R"~(exists regex "(")~",
+                             R"~(exists matches (regex "(") of "a")~",
+                             R"~(number of case insensitive regexes "(")~"}) {
+        SCOPED_TRACE(text);
+        zor::ExpressionError const error = Failure(text);
+        EXPECT_EQ(error.kind(), zor::ExpressionError::Kind::Evaluation);
+        EXPECT_EQ(std::string(error.what()), "RegComp_Failed: " + message);
+    }
+}
+
+TEST_F(RegexPlugin, BudgetsStopLongScans) {
+    // Ends-with tries every start position: each try finds an "a" that does
+    // not reach the end.
+    std::string const subject(20000, 'a');
+    std::string const endsWith = "\"" + subject + "b\" ends with regex \"a\"";
+    EXPECT_EQ(Evaluate(endsWith), Answers{"False"});
+    zor::EvaluationOptions limited;
+    limited.budget.steps = 100;
+    EXPECT_EQ(std::string(Failure(endsWith, limited).what()), "EvaluationInterrupted");
+
+    std::string const matches = "number of matches (regex \"a\") of \"" + subject + "\"";
+    EXPECT_EQ(Evaluate(matches), Answers{"20000"});
+    EXPECT_EQ(std::string(Failure(matches, limited).what()), "EvaluationInterrupted");
+
+    // A scan that fits the budget answers.
+    zor::EvaluationOptions roomy;
+    roomy.budget.steps = 1000;
+    EXPECT_EQ(Evaluate("\"" + std::string(50, 'a') + "b\" ends with regex \"a\"", roomy),
+              Answers{"False"});
+    EXPECT_EQ(Evaluate("matches (regex \"a\") of \"aaa\"", roomy), Repeated("a", 3));
+}

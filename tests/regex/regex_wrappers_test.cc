@@ -1,0 +1,186 @@
+// The POSIX regex wrappers on their own: compile failures as exceptions that
+// carry the library's message, ownership of compiled patterns, matching
+// within a range of an unterminated buffer, and the error text with its NUL.
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <string>
+#include <type_traits>
+#include <utility>
+#include <vector>
+
+#include "platform/linux/regex.h"
+
+namespace {
+
+// The library's text for a code, without the NUL RegError keeps.
+std::string Message(int code) {
+    std::string text = RegError(code);
+    text.pop_back();
+    return text;
+}
+
+} // namespace
+
+TEST(RegexWrappers, CompileFailuresCarryTheCodeAndTheLibraryMessage) {
+    static_assert(std::is_base_of_v<Regex_Failed, RegComp_Failed>);
+    static_assert(std::is_base_of_v<Regex_Failed, RegExec_Failed>);
+    static_assert(std::is_base_of_v<DebuggableException, Regex_Failed>);
+    try {
+        RegComp("(", REG_EXTENDED);
+        FAIL() << "an unmatched parenthesis compiled";
+    } catch (RegComp_Failed const& failure) {
+        EXPECT_EQ(failure.Code(), REG_EPAREN);
+        EXPECT_EQ(std::string(failure.what()), Message(REG_EPAREN));
+        EXPECT_FALSE(std::string(failure.what()).empty());
+    }
+    try {
+        RegComp("a{2,1}", REG_EXTENDED);
+        FAIL() << "a reversed interval compiled";
+    } catch (RegComp_Failed const& failure) {
+        EXPECT_EQ(failure.Code(), REG_BADBR);
+        EXPECT_EQ(std::string(failure.what()), Message(REG_BADBR));
+    }
+    EXPECT_NE(Message(REG_EPAREN), Message(REG_BADBR));
+}
+
+TEST(RegexWrappers, AutoRegexHandsItsPatternOverAndFreesItOnce) {
+    AutoRegex empty;
+    EXPECT_FALSE(empty.Holds());
+
+    AutoRegex first = RegComp("a+", REG_EXTENDED);
+    ASSERT_TRUE(first.Holds());
+    AutoRegex moved(std::move(first));
+    EXPECT_FALSE(first.Holds()); // NOLINT(bugprone-use-after-move): the source is emptied
+    ASSERT_TRUE(moved.Holds());
+    EXPECT_TRUE(RegExec(moved.Get(), "baa", 0, 0, nullptr));
+
+    // Assigning over a held pattern frees it (the leak checker would see it
+    // otherwise) and keeps the new one working.
+    moved = RegComp("x", REG_EXTENDED);
+    EXPECT_TRUE(moved.Holds());
+    EXPECT_TRUE(RegExec(moved.Get(), "yx", 0, 0, nullptr));
+    EXPECT_FALSE(RegExec(moved.Get(), "baa", 0, 0, nullptr));
+
+    AutoRegex target;
+    target = std::move(moved);
+    EXPECT_TRUE(target.Holds());
+    EXPECT_FALSE(moved.Holds()); // NOLINT(bugprone-use-after-move)
+
+    // A failed compile leaves an existing holder as it was.
+    EXPECT_THROW(target = RegComp("[", REG_EXTENDED), RegComp_Failed);
+    EXPECT_TRUE(target.Holds());
+    EXPECT_TRUE(RegExec(target.Get(), "x", 0, 0, nullptr));
+}
+
+TEST(RegexWrappers, RangeCompileNeedsNoTerminator) {
+    char const buffer[] = {'a', '.', 'c', '|', 'z'};
+    AutoRegex const abc = RegComp(buffer, buffer + 3, REG_EXTENDED);
+    EXPECT_TRUE(RegExec(abc.Get(), "abc", 0, 0, nullptr));
+    EXPECT_FALSE(RegExec(abc.Get(), "z", 0, 0, nullptr));
+
+    AutoRegex const alternatives = RegComp(buffer, buffer + 5, REG_EXTENDED);
+    EXPECT_TRUE(RegExec(alternatives.Get(), "z", 0, 0, nullptr));
+
+    AutoRegex const none = RegComp(buffer, buffer, REG_EXTENDED);
+    EXPECT_TRUE(RegExec(none.Get(), "", 0, 0, nullptr));
+
+    // The end given is where the pattern stops, even inside a group.
+    char const group[] = {'(', 'a', ')'};
+    EXPECT_THROW(RegComp(group, group + 2, REG_EXTENDED), RegComp_Failed);
+    EXPECT_TRUE(RegComp(group, group + 3, REG_EXTENDED).Holds());
+}
+
+TEST(RegexWrappers, ExecReportsMatchesNoMatchAndFailures) {
+    AutoRegex const groups = RegComp("(b+)(x)?", REG_EXTENDED);
+    regmatch_t parts[3];
+    ASSERT_TRUE(RegExec(groups.Get(), "abbc", 0, 3, parts));
+    EXPECT_EQ(parts[0].rm_so, 1);
+    EXPECT_EQ(parts[0].rm_eo, 3);
+    EXPECT_EQ(parts[1].rm_so, 1);
+    EXPECT_EQ(parts[1].rm_eo, 3);
+    EXPECT_EQ(parts[2].rm_so, -1);
+    EXPECT_EQ(parts[2].rm_eo, -1);
+    EXPECT_FALSE(RegExec(groups.Get(), "ac", 0, 3, parts));
+
+    AutoRegex const anchored = RegComp("^a", REG_EXTENDED);
+    EXPECT_TRUE(RegExec(anchored.Get(), "ab", 0, 0, nullptr));
+    EXPECT_FALSE(RegExec(anchored.Get(), "ab", REG_NOTBOL, 0, nullptr));
+
+    // The library refuses flags it does not know with an error, not "no match".
+    int const unknownFlag = 1 << 10;
+    try {
+        RegExec(anchored.Get(), "ab", unknownFlag, 0, nullptr);
+        FAIL() << "an unknown flag was accepted";
+    } catch (RegExec_Failed const& failure) {
+        EXPECT_GE(failure.Code(), 2);
+        EXPECT_EQ(std::string(failure.what()), Message(failure.Code()));
+    }
+}
+
+TEST(RegexWrappers, StartEndMatchesWithinARangeWithOffsetsFromTheBase) {
+    // No terminator anywhere: the bytes after the range must not be read as
+    // part of the subject.
+    char const buffer[] = {'x', 'a', 'b', 'c', 'd'};
+    AutoRegex const tail = RegComp("bc$", REG_EXTENDED);
+    regmatch_t match;
+    ASSERT_TRUE(RegExecWithRegStartEnd(tail.Get(), buffer, buffer + 1, buffer + 4, 0, 1, &match));
+    EXPECT_EQ(match.rm_so, 2);
+    EXPECT_EQ(match.rm_eo, 4);
+    EXPECT_FALSE(RegExecWithRegStartEnd(tail.Get(), buffer, buffer, buffer + 5, 0, 1, &match));
+
+    // With no offsets asked for, the range still applies.
+    EXPECT_TRUE(RegExecWithRegStartEnd(tail.Get(), buffer, buffer + 2, buffer + 4, 0, 0, nullptr));
+    EXPECT_FALSE(RegExecWithRegStartEnd(tail.Get(), buffer, buffer + 3, buffer + 4, 0, 0, nullptr));
+
+    // A range that starts at the base starts a line unless REG_NOTBOL says
+    // otherwise.
+    AutoRegex const head = RegComp("^x", REG_EXTENDED);
+    EXPECT_TRUE(RegExec(head.Get(), buffer, buffer, buffer + 4, 0, 0, nullptr));
+    EXPECT_FALSE(RegExec(head.Get(), buffer, buffer, buffer + 4, REG_NOTBOL, 0, nullptr));
+
+    // The empty range at the end.
+    AutoRegex const anything = RegComp("x*", REG_EXTENDED);
+    ASSERT_TRUE(RegExec(anything.Get(), buffer, buffer + 5, buffer + 5, 0, 1, &match));
+    EXPECT_EQ(match.rm_so, 5);
+    EXPECT_EQ(match.rm_eo, 5);
+}
+
+TEST(RegexWrappers, VectorFormsSizeToTheGroupsAndZeroEveryEntry) {
+    AutoRegex const twoGroups = RegComp("(a)|(b)", REG_EXTENDED);
+    std::vector<regmatch_t> matches(7, regmatch_t{9, 9});
+    ASSERT_TRUE(RegExec(twoGroups.Get(), "b", 0, matches));
+    ASSERT_EQ(matches.size(), 3u);
+    EXPECT_EQ(matches[1].rm_so, -1);
+    EXPECT_EQ(matches[2].rm_so, 0);
+    EXPECT_EQ(matches[2].rm_eo, 1);
+
+    char const buffer[] = {'a', 'a', 'b'};
+    std::vector<regmatch_t> ranged(1, regmatch_t{5, 5});
+    ASSERT_TRUE(RegExec(twoGroups.Get(), buffer, buffer + 1, buffer + 3, REG_NOTBOL, ranged));
+    ASSERT_EQ(ranged.size(), 3u);
+    EXPECT_EQ(ranged[0].rm_so, 1);
+    EXPECT_EQ(ranged[1].rm_so, 1);
+    EXPECT_EQ(ranged[2].rm_so, -1);
+
+    // After a failed search every entry is zero: nothing is left from before.
+    ASSERT_FALSE(RegExec(twoGroups.Get(), "zz", 0, ranged));
+    ASSERT_EQ(ranged.size(), 3u);
+    for (regmatch_t const& entry : ranged) {
+        EXPECT_EQ(entry.rm_so, 0);
+        EXPECT_EQ(entry.rm_eo, 0);
+    }
+}
+
+TEST(RegexWrappers, ErrorTextKeepsItsTerminatingNul) {
+    AutoRegex const compiled = RegComp("a", REG_EXTENDED);
+    for (int const code : std::vector<int>{REG_NOMATCH, REG_BADPAT, REG_EPAREN, REG_ESPACE}) {
+        std::string const text = RegError(code);
+        ASSERT_FALSE(text.empty());
+        EXPECT_EQ(text.back(), '\0') << code;
+        EXPECT_EQ(std::strlen(text.c_str()) + 1, text.size()) << code;
+        EXPECT_EQ(RegError(code, compiled.Get()), text);
+        EXPECT_EQ(RegError(code, nullptr), text);
+    }
+    EXPECT_NE(RegError(REG_EPAREN), RegError(REG_BADPAT));
+}
