@@ -2,6 +2,10 @@
 
 add_compile_options(-Wall -Wextra -Werror)
 include_directories(${PROJECT_SOURCE_DIR})
+# GCC gives function-local statics of inline code "unique" binding, and the
+# loader never unloads a library holding such a symbol: the inspector plug-in
+# (and everything linked into it) must stay unloadable.
+add_compile_options($<$<CXX_COMPILER_ID:GNU>:-fno-gnu-unique>)
 
 if(ZOR_SANITIZE)
   add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=all
