@@ -1,6 +1,7 @@
 #include "platform/linux/processes.h"
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <charconv>
 #include <cstdio>
@@ -76,6 +77,15 @@ bool ReadStat(int directory, char const* path, kinfo_proc& record) {
                              std::string_view(text, static_cast<std::size_t>(length)), record);
 }
 
+// "<id>/stat" for a name that IsProcessId accepted (at most 10 digits).
+std::array<char, kStatPathSize> StatPath(std::string_view id) {
+    constexpr std::string_view kStat = "/stat";
+    std::array<char, kStatPathSize> path{};
+    std::memcpy(path.data(), id.data(), id.size());
+    std::memcpy(path.data() + id.size(), kStat.data(), kStat.size());
+    return path;
+}
+
 class LiveProcessTable final : public platform::ProcessTableSource {
 public:
     int TableSize(std::size_t& records) override {
@@ -110,9 +120,7 @@ public:
             if (count == room) {
                 return ENOMEM;
             }
-            char path[kStatPathSize];
-            std::snprintf(path, sizeof path, "%s/stat", entry->d_name);
-            count += ReadStat(directory, path, records[count]);
+            count += ReadStat(directory, StatPath(entry->d_name).data(), records[count]);
         }
     }
 

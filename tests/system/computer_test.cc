@@ -1,0 +1,268 @@
+// The computer, operating system, processor and memory inspectors against a
+// stand-in system, and the readers of the system's text files.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <optional>
+#include <string>
+
+#include "evaluator/helpers.h"
+#include "inspectors/system/computer.h"
+#include "platform/linux/system_info.h"
+#include "tests/system/ask.h"
+
+using system_test::Answers;
+using system_test::Ask;
+using system_test::ErrorOf;
+using system_test::One;
+
+namespace {
+
+class FakeSystem : public platform::SystemSource {
+public:
+    std::optional<std::string> hostName = "build-host";
+    std::optional<platform::KernelIdentity> kernel =
+        platform::KernelIdentity{"x86_64", "#1 SMP Tue", "6.1.0-13-amd64"};
+    platform::OsRelease release{"Debian GNU/Linux", "12.4", "20240101"};
+    std::string buildNumber = "20240101";
+    std::int64_t bootSeconds = 1700000000;
+    unsigned processors = 3;
+    platform::ProcessorIdentity processor{0, "AMD EPYC", "AuthenticAMD"};
+    std::optional<std::uint64_t> speed = 2400000000;
+    std::optional<std::uint64_t> memory = 17179869184;
+    mutable int releaseReads = 0;
+
+    std::optional<std::string> HostName() const override { return hostName; }
+    std::optional<platform::KernelIdentity> Kernel() const override { return kernel; }
+    platform::OsRelease OperatingSystemRelease() const override {
+        ++releaseReads;
+        return release;
+    }
+    std::string const& BuildNumber() const override { return buildNumber; }
+    std::int64_t BootSecondsSince1970() const override { return bootSeconds; }
+    unsigned OnlineProcessorCount() const override { return processors; }
+    platform::ProcessorIdentity MainProcessor() const override { return processor; }
+    std::optional<std::uint64_t> ProcessorSpeedHertz() const override { return speed; }
+    std::optional<std::uint64_t> PhysicalMemoryBytes() const override { return memory; }
+};
+
+class ComputerInspectors : public testing::Test {
+protected:
+    FakeSystem system;
+
+private:
+    platform::ScopedSystemSource installed{system};
+};
+
+} // namespace
+
+TEST_F(ComputerInspectors, TheMachineNameAnswersEveryNamePhrase) {
+    EXPECT_EQ(One("hostname"), "build-host");
+    EXPECT_EQ(One("dns name"), "build-host");
+    EXPECT_EQ(One("computer name"), "build-host");
+    EXPECT_EQ(One("name of computer"), "build-host");
+    system.hostName = "renamed";
+    for (char const* phrase : {"hostname", "dns name", "computer name", "name of computer"}) {
+        EXPECT_EQ(One(phrase), "renamed") << phrase;
+    }
+    system.hostName.reset();
+    EXPECT_EQ(One("exists hostname"), "False");
+    EXPECT_EQ(One("exists computer"), "True");
+}
+
+TEST_F(ComputerInspectors, OperatingSystemComesFromTheKernelAndTheReleaseFile) {
+    EXPECT_EQ(One("name of operating system"), "Debian GNU/Linux");
+    EXPECT_EQ(One("release of operating system"), "12.4");
+    EXPECT_EQ(One("release of operating system > \"12.3\""), "True");
+    EXPECT_EQ(One("operating system as string"), "Debian GNU/Linux 12.4");
+    EXPECT_EQ(One("build of operating system"), "#1 SMP Tue");
+    EXPECT_EQ(One("architecture of operating system"), "x86_64");
+    EXPECT_EQ(One("build number of operating system"), "20240101");
+
+    system.release = {"", "", ""};
+    EXPECT_EQ(One("name of operating system"), "Linux");
+    EXPECT_EQ(One("exists release of operating system"), "False");
+    EXPECT_EQ(One("exists (operating system as string)"), "False");
+
+    system.release.versionId = "rolling";
+    EXPECT_EQ(One("exists release of operating system"), "False");
+}
+
+TEST_F(ComputerInspectors, TheReleaseFileIsReadOnEveryRequest) {
+    int const before = system.releaseReads;
+    One("name of operating system");
+    One("name of operating system");
+    EXPECT_EQ(system.releaseReads, before + 2);
+}
+
+TEST_F(ComputerInspectors, NoOperatingSystemWhenUnameFails) {
+    system.kernel.reset();
+    EXPECT_EQ(One("exists operating system"), "False");
+    EXPECT_EQ(One("exists architecture of operating system"), "False");
+}
+
+TEST_F(ComputerInspectors, BootTimeIsWholeSecondsAndUptimeCountsFromIt) {
+    system.bootSeconds = 1700000000;
+    EXPECT_EQ(One("boot time of operating system"), TimeText(moment{1700000000LL * 1000000}));
+
+    system.bootSeconds = moment_now().microseconds / 1000000 - 3600;
+    zor::Expression const uptime = zor::Expression::compile("uptime of operating system");
+    time_interval const measured = TextToTimeInterval(ConstData(uptime.answers().at(0)));
+    EXPECT_GE(measured.microseconds, 3600LL * 1000000);
+    EXPECT_LT(measured.microseconds, 3602LL * 1000000);
+
+    // Seconds too many to express in microseconds make no time at all.
+    system.bootSeconds = INT64_MAX / 10;
+    EXPECT_EQ(One("exists boot time of operating system"), "False");
+    EXPECT_EQ(One("exists uptime of operating system"), "False");
+}
+
+TEST_F(ComputerInspectors, EveryOnlineProcessorIsTheMainProcessor) {
+    EXPECT_EQ(One("number of processors"), "3");
+    EXPECT_EQ(Ask("types of processors"), (Answers{"AMD EPYC", "AMD EPYC", "AMD EPYC"}));
+    EXPECT_EQ(Ask("family names of processors"),
+              (Answers{"AuthenticAMD", "AuthenticAMD", "AuthenticAMD"}));
+    EXPECT_EQ(Ask("speeds of processors"), (Answers{"2400 MHz", "2400 MHz", "2400 MHz"}));
+    EXPECT_EQ(One("type of main processor"), "AMD EPYC");
+
+    system.processors = 1;
+    EXPECT_EQ(One("number of processors"), "1");
+}
+
+TEST_F(ComputerInspectors, AKnownResponseCodeNamesTheProcessorElseTheSystemText) {
+    system.processor = {platform::FourCharCode("i586"), "Pentium 75", "GenuineIntel"};
+    EXPECT_EQ(One("type of main processor"), "i586");
+    EXPECT_EQ(One("family name of main processor"), "i586");
+
+    system.processor = {274, "7447A, altivec supported", ""};
+    EXPECT_EQ(One("type of main processor"), "PowerPC G4 7447");
+
+    system.processor = {0, "", ""};
+    EXPECT_EQ(One("type of main processor"), "unknown");
+    EXPECT_EQ(One("family name of main processor"), "unknown");
+}
+
+TEST_F(ComputerInspectors, SpeedAndMemorySizeExistOnlyWhenTheSystemTells) {
+    EXPECT_EQ(One("size of ram"), "17179869184");
+    system.speed.reset();
+    system.memory.reset();
+    EXPECT_EQ(One("exists speed of main processor"), "False");
+    EXPECT_EQ(One("exists size of ram"), "False");
+    EXPECT_EQ(One("exists ram"), "True");
+}
+
+TEST(ProcessorName, NamesEveryCodeOfTheTableAndNothingElse) {
+    struct Case {
+        std::uint32_t code;
+        char const* name;
+    };
+    Case const table[] = {
+        {257, "PowerPC 601"},
+        {259, "PowerPC 603"},
+        {260, "PowerPC 604"},
+        {262, "PowerPC 603e"},
+        {263, "PowerPC 603ev"},
+        {264, "PowerPC G3"},
+        {265, "PowerPC 604e"},
+        {266, "PowerPC 604ev"},
+        {268, "PowerPC G4 7440"},
+        {272, "PowerPC G4 7450"},
+        {273, "PowerPC G4 7455"},
+        {274, "PowerPC G4 7447"},
+        {288, "PowerPC G4 750FX"},
+        {313, "PowerPC G5 970"},
+        {316, "PowerPC G5 970FX"},
+        {platform::FourCharCode("i486"), "i486"},
+        {platform::FourCharCode("i586"), "i586"},
+        {platform::FourCharCode("i5pr"), "i5pr"},
+        {platform::FourCharCode("i5ii"), "i5ii"},
+        {platform::FourCharCode("ixxx"), "ixxx"},
+    };
+    for (Case const& c : table) {
+        EXPECT_STREQ(ProcessorName(c.code), c.name) << c.code;
+    }
+    for (std::uint32_t other : {0u, 256u, 258u, 261u, 267u, 269u, 289u, 0x36383669u}) {
+        EXPECT_STREQ(ProcessorName(other), "unknown") << other;
+    }
+    // First character in the high byte.
+    EXPECT_EQ(platform::FourCharCode("i586"), 0x69353836u);
+}
+
+TEST(OsReleaseText, ReadsQuotedAndBareValuesTheLastAssignmentWinning) {
+    std::string const text = "# comment\n"
+                             "NAME=\"Debian GNU/Linux\"\n"
+                             "VERSION_ID='12'\n"
+                             "PRETTY_NAME=\"Say \\\"hi\\\"\"\n"
+                             "BUILD_ID=rolling\n"
+                             "  ID=debian  \n"
+                             "BUILD_ID=2024-05\n"
+                             "NAMES=wrong\n";
+    EXPECT_EQ(platform::OsReleaseValue(text, "NAME"), "Debian GNU/Linux");
+    EXPECT_EQ(platform::OsReleaseValue(text, "VERSION_ID"), "12");
+    EXPECT_EQ(platform::OsReleaseValue(text, "PRETTY_NAME"), "Say \"hi\"");
+    EXPECT_EQ(platform::OsReleaseValue(text, "ID"), "debian");
+    EXPECT_EQ(platform::OsReleaseValue(text, "BUILD_ID"), "2024-05");
+    EXPECT_EQ(platform::OsReleaseValue(text, "VERSION"), std::nullopt);
+    EXPECT_EQ(platform::OsReleaseValue("NAME=\"unterminated\nX=1", "NAME"), "\"unterminated");
+
+    platform::OsRelease const release = platform::ParseOsRelease(text);
+    EXPECT_EQ(release.name, "Debian GNU/Linux");
+    EXPECT_EQ(release.versionId, "12");
+    EXPECT_EQ(release.buildId, "2024-05");
+    EXPECT_EQ(platform::ParseOsRelease("").name, "");
+}
+
+TEST(CpuInfoText, ReadsTheFirstProcessorAndKnownResponseCodes) {
+    std::string const x86 = "processor\t: 0\n"
+                            "vendor_id\t: GenuineIntel\n"
+                            "cpu family\t: 6\n"
+                            "model\t\t: 85\n"
+                            "model name\t: Intel(R) Xeon(R) Gold 6148\n"
+                            "cpu MHz\t\t: 2394.374\n"
+                            "\n"
+                            "processor\t: 1\n"
+                            "vendor_id\t: Other\n"
+                            "cpu MHz\t\t: 1000.000\n";
+    platform::ProcessorIdentity const modern = platform::ParseCpuInfo(x86);
+    EXPECT_EQ(modern.code, 0u);
+    EXPECT_EQ(modern.model, "Intel(R) Xeon(R) Gold 6148");
+    EXPECT_EQ(modern.vendor, "GenuineIntel");
+    EXPECT_EQ(platform::ParseCpuInfoSpeed(x86), 2394374000u);
+
+    EXPECT_EQ(platform::ParseCpuInfo("vendor_id : GenuineIntel\ncpu family : 5\nmodel : 2\n").code,
+              platform::FourCharCode("i586"));
+    EXPECT_EQ(platform::ParseCpuInfo("vendor_id : GenuineIntel\ncpu family : 6\nmodel : 1\n").code,
+              platform::FourCharCode("i5pr"));
+    EXPECT_EQ(platform::ParseCpuInfo("vendor_id : GenuineIntel\ncpu family : 6\nmodel : 5\n").code,
+              platform::FourCharCode("i5ii"));
+    EXPECT_EQ(platform::ParseCpuInfo("vendor_id : x\ncpu family : 4x\n").code, 0u);
+
+    std::string const powerpc = "processor\t: 0\n"
+                                "cpu\t\t: 7447A, altivec supported\n"
+                                "clock\t\t: 1250.000000MHz\n";
+    platform::ProcessorIdentity const g4 = platform::ParseCpuInfo(powerpc);
+    EXPECT_EQ(g4.code, 274u);
+    EXPECT_EQ(g4.model, "7447A, altivec supported");
+    EXPECT_EQ(platform::ParseCpuInfoSpeed(powerpc), 1250000000u);
+    EXPECT_EQ(platform::ParseCpuInfo("cpu : PPC970FX, altivec supported\n").code, 316u);
+    EXPECT_EQ(platform::ParseCpuInfo("cpu : PPC970\n").code, 313u);
+    EXPECT_EQ(platform::ParseCpuInfo("cpu : POWER9\n").code, 0u);
+
+    platform::ProcessorIdentity const arm =
+        platform::ParseCpuInfo("processor : 0\nBogoMIPS : 50\n");
+    EXPECT_EQ(arm.code, 0u);
+    EXPECT_EQ(arm.model, "");
+    EXPECT_EQ(platform::ParseCpuInfoSpeed("processor : 0\n"), std::nullopt);
+    EXPECT_EQ(platform::ParseCpuInfoSpeed("cpu MHz : fast\n"), std::nullopt);
+    EXPECT_EQ(platform::ParseCpuInfoSpeed("cpu MHz : 99999999999999999999\n"), std::nullopt);
+}
+
+TEST(MemInfoText, ReadsMemTotalInKilobytes) {
+    EXPECT_EQ(platform::ParseMemTotal("MemTotal:       16303412 kB\nMemFree: 1 kB\n"),
+              16303412ull * 1024);
+    EXPECT_EQ(platform::ParseMemTotal("MemFree: 1 kB\nMemTotal: 2 kB"), 2048u);
+    EXPECT_EQ(platform::ParseMemTotal("MemTotal: 2 MB\n"), std::nullopt);
+    EXPECT_EQ(platform::ParseMemTotal("MemTotal: lots kB\n"), std::nullopt);
+    EXPECT_EQ(platform::ParseMemTotal("MemTotal: 18446744073709551615 kB\n"), std::nullopt);
+    EXPECT_EQ(platform::ParseMemTotal(""), std::nullopt);
+}

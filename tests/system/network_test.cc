@@ -1,0 +1,334 @@
+// The network interface inspectors and the interface-list wrappers against
+// a stand-in address list built in memory.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <arpa/inet.h>
+#include <cstring>
+#include <deque>
+#include <linux/if_packet.h>
+#include <net/if.h>
+#include <netinet/in.h>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "inspectors/system/network.h"
+#include "platform/linux/network.h"
+#include "tests/system/ask.h"
+
+using system_test::Answers;
+using system_test::Ask;
+using system_test::ErrorOf;
+using system_test::One;
+using testing::HasSubstr;
+
+namespace {
+
+constexpr unsigned kUpBroadcastMulticast = IFF_UP | IFF_BROADCAST | IFF_MULTICAST;
+
+// An address list in memory, handed out as getifaddrs would; counts how
+// often it is read and freed.
+class FakeInterfaces : public platform::InterfaceAddressSource {
+public:
+    int gets = 0;
+    int frees = 0;
+    bool fail = false;
+
+    FakeInterfaces& Inet(char const* name, char const* address, std::optional<char const*> mask,
+                         std::optional<char const*> broadcast, unsigned flags) {
+        Node& node = Add(name, flags);
+        node.entry.ifa_addr = Inet4(node.address, address);
+        node.entry.ifa_netmask = mask ? Inet4(node.mask, *mask) : nullptr;
+        node.entry.ifa_broadaddr = broadcast ? Inet4(node.broadcast, *broadcast) : nullptr;
+        return *this;
+    }
+
+    FakeInterfaces& Link(char const* name, std::vector<unsigned char> const& hardware,
+                         unsigned flags) {
+        Node& node = Add(name, flags);
+        sockaddr_ll link{};
+        link.sll_family = AF_PACKET;
+        link.sll_halen = static_cast<unsigned char>(hardware.size());
+        std::memcpy(link.sll_addr, hardware.data(), hardware.size());
+        std::memcpy(&node.address, &link, sizeof link);
+        node.entry.ifa_addr = reinterpret_cast<sockaddr*>(&node.address);
+        return *this;
+    }
+
+    FakeInterfaces& Other(char const* name, sa_family_t family, unsigned flags) {
+        Node& node = Add(name, flags);
+        node.address.ss_family = family;
+        node.entry.ifa_addr = reinterpret_cast<sockaddr*>(&node.address);
+        return *this;
+    }
+
+    FakeInterfaces& NoAddress(char const* name) {
+        Add(name, 0);
+        return *this;
+    }
+
+    int Get(ifaddrs** list) override {
+        ++gets;
+        if (fail) {
+            return -1;
+        }
+        *list = nodes_.empty() ? nullptr : &nodes_.front().entry;
+        return 0;
+    }
+    void Free(ifaddrs*) override { ++frees; }
+
+private:
+    struct Node {
+        ifaddrs entry{};
+        std::string name;
+        sockaddr_storage address{};
+        sockaddr_storage mask{};
+        sockaddr_storage broadcast{};
+    };
+
+    static sockaddr* Inet4(sockaddr_storage& storage, char const* text) {
+        sockaddr_in inet{};
+        inet.sin_family = AF_INET;
+        inet_pton(AF_INET, text, &inet.sin_addr);
+        std::memcpy(&storage, &inet, sizeof inet);
+        return reinterpret_cast<sockaddr*>(&storage);
+    }
+
+    Node& Add(char const* name, unsigned flags) {
+        Node& node = nodes_.emplace_back();
+        node.name = name;
+        node.entry.ifa_name = node.name.data();
+        node.entry.ifa_flags = flags;
+        if (nodes_.size() > 1) {
+            nodes_[nodes_.size() - 2].entry.ifa_next = &node.entry;
+        }
+        return node;
+    }
+
+    std::deque<Node> nodes_;
+};
+
+class NetworkInspectors : public testing::Test {
+protected:
+    FakeInterfaces interfaces;
+
+    // A typical machine: link entries first, then IPv4, then IPv6.
+    void TypicalMachine() {
+        interfaces.Link("lo", {0, 0, 0, 0, 0, 0}, IFF_UP | IFF_LOOPBACK)
+            .Link("eth0", {0x00, 0x11, 0x22, 0xaa, 0xbb, 0xcc}, kUpBroadcastMulticast)
+            .Inet("lo", "127.0.0.1", "255.0.0.0", "127.0.0.1", IFF_UP | IFF_LOOPBACK)
+            .Inet("eth0", "192.168.1.20", "255.255.255.0", "192.168.1.255", kUpBroadcastMulticast)
+            .Other("eth0", AF_INET6, kUpBroadcastMulticast);
+    }
+
+private:
+    platform::ScopedInterfaceAddressSource installed{interfaces};
+};
+
+} // namespace
+
+TEST_F(NetworkInspectors, InterfacesOfEveryFamilyInListOrder) {
+    TypicalMachine();
+    EXPECT_EQ(Ask("names of interfaces of network"), (Answers{"lo", "eth0", "lo", "eth0", "eth0"}));
+    EXPECT_EQ(Ask("families of interfaces of network"), (Answers{"18", "18", "2", "2", "30"}));
+    EXPECT_EQ(Ask("family names of interfaces of network"),
+              (Answers{"AF_LINK", "AF_LINK", "AF_INET", "AF_INET", "AF_INET6"}));
+    EXPECT_EQ(Ask("ups of interfaces of network"),
+              (Answers{"True", "True", "True", "True", "True"}));
+    EXPECT_EQ(One("number of ip interfaces of network"), "2");
+    EXPECT_EQ(One("number of link interfaces of network"), "2");
+}
+
+TEST_F(NetworkInspectors, IpInterfacesCarryTheirAddressesAndFlags) {
+    TypicalMachine();
+    EXPECT_EQ(Ask("addresses of ip interfaces of network"), (Answers{"127.0.0.1", "192.168.1.20"}));
+    EXPECT_EQ(Ask("broadcast addresses of ip interfaces of network"),
+              (Answers{"127.0.0.1", "192.168.1.255"}));
+    EXPECT_EQ(Ask("subnet masks of ip interfaces of network"),
+              (Answers{"255.0.0.0", "255.255.255.0"}));
+    EXPECT_EQ(Ask("subnet addresses of ip interfaces of network"),
+              (Answers{"127.0.0.0", "192.168.1.0"}));
+    EXPECT_EQ(Ask("loopbacks of ip interfaces of network"), (Answers{"True", "False"}));
+    EXPECT_EQ(Ask("broadcast supports of ip interfaces of network"), (Answers{"False", "True"}));
+    EXPECT_EQ(Ask("multicast supports of ip interfaces of network"), (Answers{"False", "True"}));
+    EXPECT_EQ(Ask("point to points of ip interfaces of network"), (Answers{"False", "False"}));
+    EXPECT_EQ(Ask("mac addresses of link interfaces of network"),
+              (Answers{"00-00-00-00-00-00", "00-11-22-aa-bb-cc"}));
+}
+
+TEST_F(NetworkInspectors, NumberedInterfacesCountFromOne) {
+    TypicalMachine();
+    EXPECT_EQ(One("exists interface 0 of network"), "False");
+    EXPECT_EQ(One("family of interface 1 of network"), "18");
+    EXPECT_EQ(One("family of interface 5 of network"), "30");
+    EXPECT_EQ(One("exists interface 6 of network"), "False");
+    EXPECT_EQ(One("exists interface 4294967297 of network"), "False");
+    EXPECT_EQ(One("address of ip interface 2 of network"), "192.168.1.20");
+    EXPECT_EQ(One("exists ip interface 3 of network"), "False");
+    EXPECT_EQ(One("exists ip interface 0 of network"), "False");
+    EXPECT_EQ(One("mac address of link interface 1 of network"), "00-00-00-00-00-00");
+    EXPECT_EQ(One("exists link interface 3 of network"), "False");
+}
+
+TEST_F(NetworkInspectors, LinkInterfaceNumbersStepThroughIpEntries) {
+    // An IPv4 entry follows the first link entry: number 2 lands on it.
+    TypicalMachine();
+    EXPECT_THAT(ErrorOf("mac address of link interface 2 of network"), HasSubstr("NotAF_LINK"));
+
+    // No IPv4 entry follows it: number 2 runs out.
+    FakeInterfaces linksOnly;
+    linksOnly.Link("en0", {1, 2, 3, 4, 5, 6}, IFF_UP).Link("en1", {7, 8, 9, 10, 11, 12}, IFF_UP);
+    platform::ScopedInterfaceAddressSource installed(linksOnly);
+    EXPECT_EQ(One("exists link interface 2 of network"), "False");
+    EXPECT_EQ(Ask("mac addresses of link interfaces of network"),
+              (Answers{"01-02-03-04-05-06", "07-08-09-0a-0b-0c"}));
+}
+
+TEST_F(NetworkInspectors, MissingAddressesOfAnIpEntryAreErrors) {
+    interfaces.Inet("ppp0", "10.0.0.1", std::nullopt, "10.0.0.2", IFF_UP | IFF_POINTOPOINT);
+    EXPECT_THAT(ErrorOf("addresses of ip interfaces of network"), HasSubstr("NoIFNetMask"));
+
+    FakeInterfaces noBroadcast;
+    noBroadcast.Inet("eth0", "10.0.0.1", "255.0.0.0", std::nullopt, IFF_UP);
+    platform::ScopedInterfaceAddressSource installed(noBroadcast);
+    EXPECT_THAT(ErrorOf("address of ip interface 1 of network"), HasSubstr("NoIFBroadcast"));
+    EXPECT_THAT(ErrorOf("primary internet connection"), HasSubstr("NoIFBroadcast"));
+    EXPECT_EQ(noBroadcast.gets, noBroadcast.frees);
+}
+
+TEST_F(NetworkInspectors, EntriesWithoutAnAddressOrOfUnknownFamilyAreHarmless) {
+    interfaces.NoAddress("tun0").Other("can0", AF_CAN, IFF_UP).Other("nl", AF_NETLINK, IFF_UP);
+    EXPECT_EQ(Ask("families of interfaces of network"),
+              (Answers{"0", std::to_string(platform::kUnmappedFamilyOffset + AF_CAN), "17"}));
+    EXPECT_EQ(Ask("family names of interfaces of network"), (Answers{"AF_UNSPEC", "AF_ROUTE"}));
+    EXPECT_EQ(One("number of ip interfaces of network"), "0");
+    EXPECT_EQ(One("number of link interfaces of network"), "0");
+}
+
+TEST_F(NetworkInspectors, PrimaryConnectionIsTheFirstIpEntryThatIsNotLoopback) {
+    interfaces.Inet("lo", "127.0.0.1", "255.0.0.0", "127.0.0.1", IFF_UP | IFF_LOOPBACK);
+    EXPECT_EQ(One("exists primary internet connection"), "False");
+    EXPECT_EQ(interfaces.gets, interfaces.frees);
+
+    interfaces.Inet("eth0", "10.1.2.3", "255.255.0.0", "10.1.255.255", IFF_BROADCAST)
+        .Inet("eth1", "10.9.9.9", "255.0.0.0", "10.255.255.255", kUpBroadcastMulticast);
+    EXPECT_EQ(One("name of primary internet connection"), "eth0"); // down, still primary
+    EXPECT_EQ(One("subnet address of primary internet connection"), "10.1.0.0");
+    EXPECT_EQ(One("up of primary internet connection"), "False");
+    EXPECT_EQ(interfaces.gets, interfaces.frees);
+}
+
+TEST_F(NetworkInspectors, EachNetworkValueReadsAndFreesItsOwnList) {
+    TypicalMachine();
+    One("number of interfaces of network");
+    Ask("names of ip interfaces of network");
+    EXPECT_EQ(interfaces.gets, 2);
+    EXPECT_EQ(interfaces.frees, 2);
+
+    interfaces.fail = true;
+    EXPECT_THAT(ErrorOf("network"), HasSubstr("GetIFAddrFailed"));
+    EXPECT_THAT(ErrorOf("primary internet connection"), HasSubstr("GetIFAddrFailed"));
+    EXPECT_EQ(interfaces.frees, 2);
+}
+
+TEST_F(NetworkInspectors, AnEmptyListHasNoInterfaces) {
+    EXPECT_EQ(One("number of interfaces of network"), "0");
+    EXPECT_EQ(One("number of link interfaces of network"), "0");
+    EXPECT_EQ(One("exists interface 1 of network"), "False");
+    EXPECT_EQ(One("exists primary internet connection"), "False");
+}
+
+TEST(FamilyName, TheThirtyEightNamedFamilies) {
+    EXPECT_STREQ(FamilyName(0), "AF_UNSPEC");
+    EXPECT_STREQ(FamilyName(2), "AF_INET");
+    EXPECT_STREQ(FamilyName(18), "AF_LINK");
+    EXPECT_STREQ(FamilyName(19), "pseudo_AF_XTP");
+    EXPECT_STREQ(FamilyName(29), "pseudo_AF_KEY");
+    EXPECT_STREQ(FamilyName(30), "AF_INET6");
+    EXPECT_STREQ(FamilyName(35), "pseudo_AF_HDRCMPLT");
+    EXPECT_STREQ(FamilyName(36), "AF_RESERVED_36");
+    EXPECT_STREQ(FamilyName(37), "AF_MAX");
+    EXPECT_THROW(FamilyName(38), NoSuchObject);
+    EXPECT_THROW(FamilyName(255), NoSuchObject);
+    EXPECT_THROW(FamilyName(-1), NoSuchObject);
+}
+
+TEST(ReportedFamily, SystemFamiliesInTheInspectorsNumbering) {
+    EXPECT_EQ(platform::ReportedFamily(AF_INET), 2);
+    EXPECT_EQ(platform::ReportedFamily(AF_PACKET), 18);
+    EXPECT_EQ(platform::ReportedFamily(AF_INET6), 30);
+    EXPECT_EQ(platform::ReportedFamily(AF_UNIX), 1);
+    EXPECT_EQ(platform::ReportedFamily(AF_UNSPEC), 0);
+    EXPECT_GT(platform::ReportedFamily(AF_BLUETOOTH), 37);
+    EXPECT_NE(platform::ReportedFamily(AF_BLUETOOTH), platform::ReportedFamily(AF_CAN));
+    EXPECT_EQ(platform::ReportedFamily(100000), 255);
+}
+
+TEST(MacAddressText, HexPairsJoinedByDashes) {
+    unsigned char const six[] = {0x00, 0x11, 0x22, 0x33, 0x44, 0x55};
+    EXPECT_EQ(MacAddressText(ConstData(six, sizeof six)), "00-11-22-33-44-55");
+    unsigned char const high[] = {0xfe, 0x0a};
+    EXPECT_EQ(MacAddressText(ConstData(high, sizeof high)), "fe-0a");
+    EXPECT_EQ(MacAddressText(ConstData()), "");
+    EXPECT_EQ(MacAddressText(ConstData(six, 6)).size(), 17u);
+}
+
+TEST(IFAddrListTest, SameIpAddressesMeansTheSameIpv4AddressesInOrder) {
+    FakeInterfaces a;
+    a.Link("en0", {1, 2, 3, 4, 5, 6}, IFF_UP)
+        .Inet("en0", "10.0.0.1", "255.0.0.0", "10.255.255.255", IFF_UP)
+        .Inet("en1", "10.0.0.2", "255.0.0.0", "10.255.255.255", IFF_UP);
+    FakeInterfaces sameDifferentMasks;
+    sameDifferentMasks.Inet("x", "10.0.0.1", "255.255.0.0", "10.0.255.255", 0)
+        .Other("x", AF_INET6, 0)
+        .Inet("y", "10.0.0.2", "255.255.255.0", "10.0.0.255", 0);
+    FakeInterfaces reversed;
+    reversed.Inet("en1", "10.0.0.2", "255.0.0.0", "10.255.255.255", IFF_UP)
+        .Inet("en0", "10.0.0.1", "255.0.0.0", "10.255.255.255", IFF_UP);
+    FakeInterfaces longer;
+    longer.Inet("en0", "10.0.0.1", "255.0.0.0", "10.255.255.255", IFF_UP)
+        .Inet("en1", "10.0.0.2", "255.0.0.0", "10.255.255.255", IFF_UP)
+        .Inet("en2", "10.0.0.3", "255.0.0.0", "10.255.255.255", IFF_UP);
+    FakeInterfaces empty;
+
+    auto snapshot = [](FakeInterfaces& source) {
+        platform::ScopedInterfaceAddressSource installed(source);
+        return IFAddrList();
+    };
+    platform::ScopedInterfaceAddressSource frees(empty); // the fakes own their memory
+    IFAddrList const first = snapshot(a);
+    EXPECT_EQ(first.Count(), 3u);
+    EXPECT_EQ(first.IPCount(), 2u);
+    EXPECT_EQ(first.LinkCount(), 1u);
+    EXPECT_TRUE(first.SameIPAddresses(snapshot(a)));
+    EXPECT_TRUE(first.SameIPAddresses(snapshot(sameDifferentMasks)));
+    EXPECT_FALSE(first.SameIPAddresses(snapshot(reversed)));
+    EXPECT_FALSE(first.SameIPAddresses(snapshot(longer)));
+    EXPECT_FALSE(snapshot(longer).SameIPAddresses(first));
+    EXPECT_FALSE(first.SameIPAddresses(snapshot(empty)));
+    EXPECT_TRUE(snapshot(empty).SameIPAddresses(snapshot(empty)));
+}
+
+TEST(IFAddrListTest, AssignmentHandsTheListOver) {
+    FakeInterfaces source;
+    source.Link("en0", {1, 2, 3, 4, 5, 6}, IFF_UP)
+        .Inet("en0", "10.0.0.1", "255.0.0.0", "10.255.255.255", IFF_UP);
+    platform::ScopedInterfaceAddressSource installed(source);
+    {
+        IFAddrList first;
+        IFAddrList second;
+        second = first;
+        EXPECT_EQ(source.frees, 1); // second's own list
+        EXPECT_FALSE(first.First());
+        EXPECT_TRUE(second.First());
+        EXPECT_EQ(second.GetFirstLinkAddr().Name().str(), "en0");
+        EXPECT_EQ(IPAddr(second.GetFirstIPAddr()).Address(), 0x0A000001u);
+        EXPECT_THROW(IPAddr(second.GetFirstLinkAddr()), NotAF_INET);
+        EXPECT_THROW(LinkAddr(second.GetFirstIPAddr()), NotAF_LINK);
+        EXPECT_FALSE(second.GetFirstIPAddr().NextIPAddr());
+        first.FreeList();
+        EXPECT_EQ(source.frees, 1);
+    }
+    EXPECT_EQ(source.frees, 2);
+}

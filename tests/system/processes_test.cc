@@ -1,0 +1,208 @@
+// The process inspectors and the process-list routine against a stand-in
+// process table, and the reader of /proc/<pid>/stat lines.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "inspectors/system/processes.h"
+#include "platform/linux/processes.h"
+#include "tests/system/ask.h"
+
+using system_test::Answers;
+using system_test::Ask;
+using system_test::ErrorOf;
+using system_test::One;
+using testing::HasSubstr;
+
+namespace {
+
+kinfo_proc Record(std::int32_t pid, char const* name) {
+    kinfo_proc record{};
+    record.kp_proc.p_pid = pid;
+    std::memcpy(record.kp_proc.p_comm, name,
+                std::min(std::strlen(name), sizeof record.kp_proc.p_comm - 1));
+    return record;
+}
+
+class FakeProcessTable : public platform::ProcessTableSource {
+public:
+    std::vector<kinfo_proc> table;
+    // Processes that appear after the table is next sized, once.
+    std::vector<kinfo_proc> startAfterSizing;
+    int sizeError = 0;
+    int readError = 0;
+    int sizings = 0;
+
+    int TableSize(std::size_t& records) override {
+        ++sizings;
+        records = table.size();
+        table.insert(table.end(), startAfterSizing.begin(), startAfterSizing.end());
+        startAfterSizing.clear();
+        return sizeError;
+    }
+
+    int ReadTable(kinfo_proc* records, std::size_t room, std::size_t& count) override {
+        if (readError != 0) {
+            return readError;
+        }
+        if (table.size() > room) {
+            return ENOMEM;
+        }
+        std::copy(table.begin(), table.end(), records);
+        count = table.size();
+        return 0;
+    }
+
+    bool ReadProcess(std::uint32_t pid, kinfo_proc& record) override {
+        for (kinfo_proc const& candidate : table) {
+            if (static_cast<std::uint32_t>(candidate.kp_proc.p_pid) == pid) {
+                record = candidate;
+                return true;
+            }
+        }
+        return false;
+    }
+};
+
+class ProcessInspectors : public testing::Test {
+protected:
+    FakeProcessTable processes;
+
+    void SetUp() override {
+        processes.table = {Record(0, "kernel_task"), Record(1, "launchd"), Record(77, "sshd")};
+    }
+
+private:
+    platform::ScopedProcessTableSource installed{processes};
+};
+
+} // namespace
+
+TEST_F(ProcessInspectors, IteratesTheTableInItsOrder) {
+    EXPECT_EQ(Ask("names of processes"), (Answers{"kernel_task", "launchd", "sshd"}));
+    EXPECT_EQ(Ask("pids of processes"), (Answers{"0", "1", "77"}));
+    EXPECT_EQ(One("number of processes"), "3");
+    EXPECT_EQ(Ask("names of processes whose (pid of it > 0)"), (Answers{"launchd", "sshd"}));
+}
+
+TEST_F(ProcessInspectors, LooksUpAProcessById) {
+    EXPECT_EQ(One("name of process 0"), "kernel_task");
+    EXPECT_EQ(One("name of process 77"), "sshd");
+    EXPECT_EQ(One("(pid of it, id of it, process id of it) of process 77"), "77, 77, 77");
+    EXPECT_EQ(One("exists process 78"), "False");
+    processes.table.push_back(Record(-1, "wrapped"));
+    EXPECT_EQ(One("name of process 4294967295"), "wrapped");
+    EXPECT_EQ(One("exists process 4294967296"), "False");
+}
+
+TEST_F(ProcessInspectors, ANameOfSixteenCharactersIsKeptWhole) {
+    processes.table = {Record(5, "abcdefghijklmnop")};
+    EXPECT_EQ(One("name of process 5"), "abcdefghijklmnop");
+    EXPECT_EQ(Ask("names of processes"), Answers{"abcdefghijklmnop"});
+}
+
+TEST_F(ProcessInspectors, ATableThatGrowsWhileReadIsSizedAgain) {
+    processes.startAfterSizing = {Record(90, "new")};
+    EXPECT_EQ(One("number of processes"), "4");
+    EXPECT_EQ(processes.sizings, 2);
+}
+
+TEST_F(ProcessInspectors, AnUnreadableTableFailsTheIteration) {
+    processes.readError = EACCES;
+    EXPECT_THAT(ErrorOf("number of processes"), HasSubstr("GetBSDProcessListFailed"));
+    processes.readError = 0;
+    processes.sizeError = EPERM;
+    EXPECT_THAT(ErrorOf("names of processes"), HasSubstr("GetBSDProcessListFailed"));
+}
+
+TEST_F(ProcessInspectors, AnEmptyTableHasNoProcesses) {
+    processes.table.clear();
+    EXPECT_EQ(One("number of processes"), "0");
+    EXPECT_EQ(One("exists process 1"), "False");
+}
+
+TEST_F(ProcessInspectors, EachPassReadsAFreshSnapshotThatLaterProcessesDoNotJoin) {
+    process_iterator iterator;
+    EXPECT_EQ(iterator.First().kp_proc.p_pid, 0);
+    processes.table.push_back(Record(99, "late"));
+    EXPECT_EQ(iterator.Next().kp_proc.p_pid, 1);
+    EXPECT_EQ(iterator.Next().kp_proc.p_pid, 77);
+    EXPECT_THROW(iterator.Next(), NoSuchObject);
+    EXPECT_THROW(iterator.Next(), NoSuchObject);
+
+    EXPECT_EQ(iterator.First().kp_proc.p_pid, 0);
+    EXPECT_EQ(iterator.Next().kp_proc.p_pid, 1);
+    EXPECT_EQ(iterator.Next().kp_proc.p_pid, 77);
+    EXPECT_EQ(iterator.Next().kp_proc.p_pid, 99);
+    EXPECT_THROW(iterator.Next(), NoSuchObject);
+}
+
+TEST_F(ProcessInspectors, TheProcessListIsAMallocedArrayAndACount) {
+    kinfo_proc* list = nullptr;
+    std::size_t count = 99;
+    ASSERT_EQ(GetBSDProcessList(&list, &count), 0);
+    ASSERT_NE(list, nullptr);
+    EXPECT_EQ(count, 3u);
+    EXPECT_STREQ(list[2].kp_proc.p_comm, "sshd");
+    std::free(list);
+
+    processes.readError = EIO;
+    list = nullptr;
+    count = 99;
+    EXPECT_EQ(GetBSDProcessList(&list, &count), EIO);
+    EXPECT_EQ(list, nullptr);
+    EXPECT_EQ(count, 0u);
+}
+
+TEST(ProcessListAssertions, BrokenPreconditionsEndTheProcessWithTheirText) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    std::size_t count = 0;
+    kinfo_proc record{};
+    kinfo_proc* notNull = &record;
+    kinfo_proc* list = nullptr;
+    EXPECT_DEATH(GetBSDProcessList(nullptr, &count),
+                 "^Shared/Portable/Processes/Mac/BSDProcessList:32: failed assertion "
+                 "`procList != NULL'\n");
+    EXPECT_DEATH(GetBSDProcessList(&notNull, &count),
+                 "BSDProcessList:33: failed assertion `\\*procList == NULL'");
+    EXPECT_DEATH(GetBSDProcessList(&list, nullptr),
+                 "BSDProcessList:34: failed assertion `procCount != NULL'");
+}
+
+TEST(ProcessStatLine, ReadsTheIdAndTheNameUpToTheLastParenthesis) {
+    kinfo_proc record = Record(1234, "stale");
+    ASSERT_TRUE(platform::ParseProcessStat("42 (bash) S 1 42 42 0 -1", record));
+    EXPECT_EQ(record.kp_proc.p_pid, 42);
+    EXPECT_STREQ(record.kp_proc.p_comm, "bash");
+
+    ASSERT_TRUE(platform::ParseProcessStat("7 (a) (b) c) R 1 2", record));
+    EXPECT_STREQ(record.kp_proc.p_comm, "a) (b) c");
+    ASSERT_TRUE(platform::ParseProcessStat("8 () S", record));
+    EXPECT_STREQ(record.kp_proc.p_comm, "");
+    ASSERT_TRUE(platform::ParseProcessStat("9 (abcdefghijklmnopqrstuvwxyz) S", record));
+    EXPECT_STREQ(record.kp_proc.p_comm, "abcdefghijklmnop");
+
+    kinfo_proc const before = Record(5, "kept");
+    for (char const* bad : {"", "bash", "x (bash) S", "-3 (bash) S", " 3 (bash) S", "3(bash) S",
+                            "99999999999 (bash) S", "3 )bash( S", "3 (", ")", "10 (cut off"}) {
+        record = before;
+        EXPECT_FALSE(platform::ParseProcessStat(bad, record)) << bad;
+        EXPECT_EQ(record.kp_proc.p_pid, 5) << bad;
+        EXPECT_STREQ(record.kp_proc.p_comm, "kept") << bad;
+    }
+}
+
+TEST(ProcessDirectoryName, OnlyDecimalIdsAreProcesses) {
+    EXPECT_TRUE(platform::IsProcessId("1"));
+    EXPECT_TRUE(platform::IsProcessId("4194304"));
+    EXPECT_TRUE(platform::IsProcessId("2147483647"));
+    for (char const* other : {"", "self", "0", "01", "12a", "-1", "2147483648", "sys", "1 "}) {
+        EXPECT_FALSE(platform::IsProcessId(other)) << other;
+    }
+}
