@@ -9,7 +9,9 @@
 #include <cstring>
 #include <dirent.h>
 #include <fcntl.h>
+#include <string>
 #include <unistd.h>
+#include <utility>
 
 namespace {
 
@@ -64,8 +66,8 @@ private:
     DIR* directory_;
 };
 
-// Reads one process's stat file relative to a directory (the /proc
-// directory, or the current directory's root for an absolute path).
+// Reads one process's stat file relative to a directory (the process
+// directory, or the working directory for a full path).
 bool ReadStat(int directory, char const* path, kinfo_proc& record) {
     Descriptor file(::openat(directory, path, O_RDONLY | O_CLOEXEC));
     if (file.get() < 0) {
@@ -86,60 +88,58 @@ std::array<char, kStatPathSize> StatPath(std::string_view id) {
     return path;
 }
 
-class LiveProcessTable final : public platform::ProcessTableSource {
-public:
-    int TableSize(std::size_t& records) override {
-        Directory proc("/proc");
-        if (!proc.get()) {
-            return errno;
-        }
-        records = kSlackRecords;
-        errno = 0;
-        while (dirent const* entry = ::readdir(proc.get())) {
-            records += platform::IsProcessId(entry->d_name);
-        }
-        return errno;
-    }
-
-    int ReadTable(kinfo_proc* records, std::size_t room, std::size_t& count) override {
-        Directory proc("/proc");
-        if (!proc.get()) {
-            return errno;
-        }
-        int const directory = ::dirfd(proc.get());
-        count = 0;
-        for (;;) {
-            errno = 0; // reading an exited process's file sets it
-            dirent const* entry = ::readdir(proc.get());
-            if (!entry) {
-                return errno;
-            }
-            if (!platform::IsProcessId(entry->d_name)) {
-                continue;
-            }
-            if (count == room) {
-                return ENOMEM;
-            }
-            count += ReadStat(directory, StatPath(entry->d_name).data(), records[count]);
-        }
-    }
-
-    bool ReadProcess(std::uint32_t pid, kinfo_proc& record) override {
-        char path[sizeof "/proc/" + kStatPathSize];
-        std::snprintf(path, sizeof path, "/proc/%u/stat", pid);
-        return ReadStat(AT_FDCWD, path, record) &&
-               static_cast<std::uint32_t>(record.kp_proc.p_pid) == pid;
-    }
-};
-
 platform::ProcessTableSource* gInstalled = nullptr;
 
 } // namespace
 
 namespace platform {
 
+ProcDirectoryTable::ProcDirectoryTable(std::string root) : root_(std::move(root)) {}
+
+int ProcDirectoryTable::TableSize(std::size_t& records) {
+    Directory proc(root_.c_str());
+    if (!proc.get()) {
+        return errno;
+    }
+    records = kSlackRecords;
+    errno = 0;
+    while (dirent const* entry = ::readdir(proc.get())) {
+        records += IsProcessId(entry->d_name);
+    }
+    return errno;
+}
+
+int ProcDirectoryTable::ReadTable(kinfo_proc* records, std::size_t room, std::size_t& count) {
+    Directory proc(root_.c_str());
+    if (!proc.get()) {
+        return errno;
+    }
+    int const directory = ::dirfd(proc.get());
+    count = 0;
+    for (;;) {
+        errno = 0; // reading an exited process's file sets it
+        dirent const* entry = ::readdir(proc.get());
+        if (!entry) {
+            return errno;
+        }
+        if (!IsProcessId(entry->d_name)) {
+            continue;
+        }
+        if (count == room) {
+            return ENOMEM;
+        }
+        count += ReadStat(directory, StatPath(entry->d_name).data(), records[count]);
+    }
+}
+
+bool ProcDirectoryTable::ReadProcess(std::uint32_t pid, kinfo_proc& record) {
+    std::string const path = root_ + "/" + std::to_string(pid) + "/stat";
+    return ReadStat(AT_FDCWD, path.c_str(), record) &&
+           static_cast<std::uint32_t>(record.kp_proc.p_pid) == pid;
+}
+
 ProcessTableSource& ProcessTable() {
-    static LiveProcessTable live;
+    static ProcDirectoryTable live("/proc");
     return gInstalled ? *gInstalled : live;
 }
 

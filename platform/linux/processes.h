@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <string>
 #include <string_view>
 
 #include "evaluator/errors.h"
@@ -31,7 +32,7 @@ int GetBSDProcessList(kinfo_proc** procList, std::size_t* procCount);
 
 namespace platform {
 
-// Where process records come from; the live one reads /proc.
+// Where process records come from.
 class ProcessTableSource {
 public:
     virtual ~ProcessTableSource() = default;
@@ -45,6 +46,22 @@ public:
     virtual bool ReadProcess(std::uint32_t pid, kinfo_proc& record) = 0;
 };
 
+// The table as a proc file system shows it: one directory per process,
+// named by its id, each with a stat file. A process that ends between the
+// listing and the reading of its file is left out, as is any entry that is
+// not a process id or whose stat file does not read as one.
+class ProcDirectoryTable final : public ProcessTableSource {
+public:
+    explicit ProcDirectoryTable(std::string root);
+    int TableSize(std::size_t& records) override;
+    int ReadTable(kinfo_proc* records, std::size_t room, std::size_t& count) override;
+    bool ReadProcess(std::uint32_t pid, kinfo_proc& record) override;
+
+private:
+    std::string root_;
+};
+
+// The source the inspectors read: /proc unless a stand-in is installed.
 ProcessTableSource& ProcessTable();
 
 // Installs a stand-in for its lifetime.

@@ -7,6 +7,8 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
+#include <fstream>
 #include <string>
 #include <vector>
 
@@ -205,4 +207,80 @@ TEST(ProcessDirectoryName, OnlyDecimalIdsAreProcesses) {
     for (char const* other : {"", "self", "0", "01", "12a", "-1", "2147483648", "sys", "1 "}) {
         EXPECT_FALSE(platform::IsProcessId(other)) << other;
     }
+}
+
+namespace {
+
+// A directory laid out as a proc file system, removed with the object.
+class FakeProcDirectory {
+public:
+    FakeProcDirectory() {
+        char pattern[] = "/tmp/zor-proc-XXXXXX";
+        root_ = mkdtemp(pattern);
+    }
+    ~FakeProcDirectory() { std::filesystem::remove_all(root_); }
+    FakeProcDirectory(FakeProcDirectory const&) = delete;
+    FakeProcDirectory& operator=(FakeProcDirectory const&) = delete;
+
+    std::string const& root() const { return root_; }
+
+    // A directory with an optional stat file.
+    void Entry(std::string const& name, char const* stat) {
+        std::filesystem::create_directory(root_ + "/" + name);
+        if (stat) {
+            std::ofstream(root_ + "/" + name + "/stat") << stat;
+        }
+    }
+
+private:
+    std::string root_;
+};
+
+} // namespace
+
+TEST(ProcDirectoryTable, ListsProcessesAndSkipsEverythingElse) {
+    FakeProcDirectory proc;
+    proc.Entry("12", "12 (init) S 0 12 12");
+    proc.Entry("345", "345 (my prog) R 12 345");
+    proc.Entry("13", nullptr);                       // ended after the listing
+    proc.Entry("14", "garbage without parentheses"); // unreadable as a process
+    proc.Entry("self", "12 (init) S 0 12 12");
+    proc.Entry("007", "7 (octal) S 0 7 7");
+    std::ofstream(proc.root() + "/uptime") << "1.0 2.0";
+
+    platform::ProcDirectoryTable table(proc.root());
+    std::size_t room = 0;
+    ASSERT_EQ(table.TableSize(room), 0);
+    EXPECT_GE(room, 4u);
+    std::vector<kinfo_proc> records(room);
+    std::size_t count = 0;
+    ASSERT_EQ(table.ReadTable(records.data(), room, count), 0);
+    std::vector<std::string> names;
+    for (std::size_t i = 0; i < count; ++i) {
+        names.push_back(records[i].kp_proc.p_comm);
+    }
+    std::sort(names.begin(), names.end());
+    EXPECT_EQ(names, (std::vector<std::string>{"init", "my prog"}));
+
+    // More processes than room: the caller must size the table again.
+    EXPECT_EQ(table.ReadTable(records.data(), 1, count), ENOMEM);
+
+    kinfo_proc record{};
+    EXPECT_TRUE(table.ReadProcess(345, record));
+    EXPECT_STREQ(record.kp_proc.p_comm, "my prog");
+    EXPECT_FALSE(table.ReadProcess(13, record));
+    EXPECT_FALSE(table.ReadProcess(14, record));
+    EXPECT_FALSE(table.ReadProcess(99, record));
+
+    platform::ProcDirectoryTable missing(proc.root() + "/absent");
+    EXPECT_EQ(missing.TableSize(room), ENOENT);
+    EXPECT_EQ(missing.ReadTable(records.data(), room, count), ENOENT);
+}
+
+TEST(ProcDirectoryTable, AnIdWhoseFileNamesAnotherProcessIsNotThatProcess) {
+    FakeProcDirectory proc;
+    proc.Entry("20", "21 (other) S 0 21 21");
+    platform::ProcDirectoryTable table(proc.root());
+    kinfo_proc record{};
+    EXPECT_FALSE(table.ReadProcess(20, record));
 }
