@@ -1,0 +1,96 @@
+// Locations in normal form and items with the status read when they are made.
+#include <gtest/gtest.h>
+
+#include <fcntl.h>
+#include <filesystem>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "evaluator/errors.h"
+#include "files/file_location.h"
+#include "tests/files/temp_tree.h"
+
+namespace {
+
+using MacintoshPlatform::BadFileName;
+using MacintoshPlatform::FileItem;
+using MacintoshPlatform::FileLocation;
+using MacintoshPlatform::MakeFileLocation;
+
+TEST(FileLocation, PathsAreKeptInNormalForm) {
+    EXPECT_EQ(MakeFileLocation("/a//b/./c/../d/").POSIXPath(), "/a/b/d");
+    EXPECT_EQ(MakeFileLocation("/../..").POSIXPath(), "/");
+    EXPECT_EQ(MakeFileLocation("/a/b/../../..").POSIXPath(), "/");
+    EXPECT_EQ(MakeFileLocation("///").POSIXPath(), "/");
+    EXPECT_EQ(MakeFileLocation("/a/...").POSIXPath(), "/a/...");
+    EXPECT_EQ(MakeFileLocation("relative/x").POSIXPath(),
+              std::filesystem::current_path().string() + "/relative/x");
+    EXPECT_THROW(MakeFileLocation(""), BadFileName);
+    EXPECT_THROW(MakeFileLocation(std::string_view("/a\0b", 4)), BadFileName);
+}
+
+TEST(FileLocation, NamesParentsAndChildren) {
+    FileLocation root = MakeFileLocation("/");
+    EXPECT_TRUE(root.IsRoot());
+    EXPECT_EQ(root.Name(), "/");
+    EXPECT_EQ(root.Parent(), root);
+    FileLocation file = MakeFileLocation("/usr/lib/libz.so");
+    EXPECT_EQ(file.Name(), "libz.so");
+    EXPECT_EQ(file.Parent().POSIXPath(), "/usr/lib");
+    EXPECT_EQ(MakeFileLocation("/usr").Parent(), root);
+    EXPECT_EQ(root.Child("etc").POSIXPath(), "/etc");
+    EXPECT_EQ(file.Parent().Child("a b:c").POSIXPath(), "/usr/lib/a b:c");
+    for (std::string_view bad : {"", ".", "..", "a/b", "/"}) {
+        EXPECT_THROW(root.Child(bad), BadFileName) << bad;
+    }
+    EXPECT_THROW(root.Child(std::string_view("a\0", 2)), BadFileName);
+}
+
+TEST(FileItem, ReadsTheStatusOrHasNoObject) {
+    TempTree tree;
+    std::string path = tree.Write("f.txt", "12345");
+    timespec const times[2] = {{1000000000, 0}, {1234567890, 250000000}};
+    ASSERT_EQ(utimensat(AT_FDCWD, path.c_str(), times, 0), 0);
+    FileItem item(MakeFileLocation(path));
+    EXPECT_FALSE(item.IsDirectory());
+    EXPECT_EQ(item.Status().kind, platform::FileKind::Regular);
+    EXPECT_EQ(item.Status().size, 5);
+    EXPECT_EQ(item.Status().modifiedMicroseconds, 1234567890250000);
+    EXPECT_TRUE(FileItem(MakeFileLocation(tree.Path())).IsDirectory());
+
+    std::filesystem::create_symlink(tree.Path("gone"), tree.Path("dangling"));
+    EXPECT_THROW(FileItem(MakeFileLocation(tree.Path("dangling"))), NoSuchObject);
+    EXPECT_THROW(FileItem(MakeFileLocation(tree.Path("missing"))), NoSuchObject);
+    EXPECT_THROW(FileItem(MakeFileLocation(path + "/below")), NoSuchObject);
+    // A loop of links is no absence: the error says what went wrong.
+    std::filesystem::create_symlink(tree.Path("loop"), tree.Path("loop"));
+    EXPECT_THROW(FileItem(MakeFileLocation(tree.Path("loop"))), platform::StatFailed);
+}
+
+TEST(FileItem, URLsMarkFoldersAndRoundTripOddNames) {
+    TempTree tree;
+    std::string odd = "a b%20c#d?e\xff";
+    std::string path = tree.Write(odd, "x");
+    FileItem item(MakeFileLocation(path));
+    URL url = item.GetURL();
+    EXPECT_EQ(url.Scheme(), "file");
+    EXPECT_NE(url.EncodedPath().back(), '/');
+    EXPECT_EQ(MakeFileLocation(url).POSIXPath(), path);
+
+    FileItem folder(MakeFileLocation(tree.Path()));
+    EXPECT_EQ(folder.GetURL().EncodedPath().back(), '/');
+    EXPECT_EQ(MakeFileLocation(folder.GetURL()).POSIXPath(), tree.Path());
+    EXPECT_EQ(FileItem(MakeFileLocation("/")).GetURL().Text(), "file:///");
+}
+
+TEST(FolderEntries, ListsNamesSortedWithoutDots) {
+    TempTree tree;
+    tree.Write("b", "");
+    tree.Write("a", "");
+    tree.Folder("C");
+    EXPECT_EQ(platform::FolderEntries(tree.Path()), (std::vector<std::string>{"C", "a", "b"}));
+    EXPECT_THROW(platform::FolderEntries(tree.Path("a")), platform::OpenDirFailed);
+    EXPECT_THROW(platform::FolderEntries(tree.Path("none")), platform::OpenDirFailed);
+}
+
+} // namespace

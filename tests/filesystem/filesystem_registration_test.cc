@@ -1,0 +1,218 @@
+// The file-system families through the thunks they register: the
+// registration tables, dictionaries and file signatures, folder walks and
+// digests that give the host a chance to interrupt them.
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "evaluator/errors.h"
+#include "inspectors/files/files.h"
+#include "inspectors/filesystem/filesystem.h"
+#include "tests/files/temp_tree.h"
+#include "tests/framework/fake_registry.h"
+
+using fake::Call;
+using fake::Record;
+
+namespace {
+
+std::string Text(inspector_string const& s) {
+    return std::string(reinterpret_cast<char const*>(s.pointer), s.length);
+}
+
+// A registration as its table row: kind, phrase, plural, index, object, result.
+struct Row {
+    Call call;
+    std::string phrase, plural, index, object, result;
+    bool operator==(Row const&) const = default;
+};
+
+std::vector<Row> RowsOf(std::vector<std::string> const& phrases) {
+    std::vector<Row> rows;
+    for (Record const& r : fake::Log()) {
+        if (std::find(phrases.begin(), phrases.end(), r.phrase) != phrases.end()) {
+            rows.push_back({r.call, r.phrase, r.plural, r.indexType, r.objectType, r.resultType});
+            EXPECT_EQ(r.fingerprint, nullptr) << r.phrase;
+        }
+    }
+    return rows;
+}
+
+Record const& Registered(Call call, std::string const& phrase, std::string const& index,
+                         std::string const& objectType) {
+    for (Record const& r : fake::Log()) {
+        if (r.call == call && r.phrase == phrase && r.indexType == index &&
+            r.objectType == objectType) {
+            return r;
+        }
+    }
+    throw std::runtime_error("not registered: " + phrase);
+}
+
+constexpr Call T = Call::RegisterType;
+constexpr Call P = Call::RegisterProperty;
+constexpr Call I = Call::RegisterIteratedProperty;
+constexpr Call C = Call::RegisterCast;
+
+TEST(FilesystemRegistrations, TheFamilyTableInItsOrder) {
+    std::vector<Row> const expected = {
+        {P, "version", "versions", "", "folder", "version"},
+        {P, "version", "versions", "", "filesystem object", "version"},
+        {P, "bundle version", "bundle versions", "", "folder", "version"},
+        {P, "bundle version", "bundle versions", "", "filesystem object", "version"},
+        {T, "nothing", "", "", "", ""},
+        {P, "relay service", "relay services", "", "", "nothing"},
+        {P, "main gather service", "main gather services", "", "", "nothing"},
+        {P, "service", "services", "string", "", "dummy"},
+        {P, "state", "states", "", "dummy", "string"},
+        {T, "dummy", "", "", "", ""},
+        {P, "default web browser", "default web browsers", "", "", "filesystem object"},
+        {P, "hfs path", "hfs paths", "", "filesystem object", "string"},
+        {P, "posix path", "posix paths", "", "filesystem object", "string"},
+        {P, "pathname", "pathnames", "", "filesystem object", "string"},
+        {P, "sha1", "sha1s", "", "file", "string"},
+        {P, "sha224", "sha224s", "", "file", "string"},
+        {P, "sha256", "sha256s", "", "file", "string"},
+        {P, "sha384", "sha384s", "", "file", "string"},
+        {P, "sha512", "sha512s", "", "file", "string"},
+        {P, "md5", "md5s", "", "file", "string"},
+    };
+    std::vector<std::string> phrases;
+    for (Row const& row : expected) {
+        phrases.push_back(row.phrase);
+    }
+    EXPECT_EQ(RowsOf(phrases), expected);
+    EXPECT_EQ(Registered(T, "nothing", "", "").valueSize, 1u);
+    EXPECT_EQ(Registered(T, "dummy", "", "").valueSize, 1u);
+    Record const& cast = Registered(C, "string", "", "filesystem object");
+    EXPECT_EQ(cast.resultType, "string");
+}
+
+TEST(FilesRegistrations, TypesAndPhrasesOfFilesFoldersAndDictionaries) {
+    std::vector<Row> const expected = {
+        {T, "filesystem object", "", "", "", ""},
+        {T, "file", "", "", "", ""},
+        {T, "folder", "", "", "", ""},
+        {T, "dictionary", "", "", "", ""},
+        {T, "file signature", "", "", "", ""},
+        {P, "file", "files", "string", "", "file"},
+        {P, "folder", "folders", "string", "", "folder"},
+        {P, "file", "files", "string", "folder", "file"},
+        {P, "folder", "folders", "string", "folder", "folder"},
+        {I, "file", "files", "", "folder", "file"},
+        {I, "folder", "folders", "", "folder", "folder"},
+        {P, "name", "names", "", "filesystem object", "string"},
+        {P, "size", "sizes", "", "file", "integer"},
+        {P, "modification time", "modification times", "", "filesystem object", "time"},
+        {P, "parent folder", "parent folders", "", "filesystem object", "folder"},
+        {P, "value", "values", "string", "dictionary", "string"},
+        {I, "key", "keys", "", "dictionary", "string"},
+        {C, "file signature", "", "", "string", "file signature"},
+    };
+    std::vector<std::string> phrases;
+    for (Row const& row : expected) {
+        phrases.push_back(row.phrase);
+    }
+    EXPECT_EQ(RowsOf(phrases), expected);
+    EXPECT_EQ(Registered(T, "file", "", "").baseName, "filesystem object");
+    EXPECT_EQ(Registered(T, "folder", "", "").baseName, "filesystem object");
+    EXPECT_EQ(Registered(T, "filesystem object", "", "").baseName, std::nullopt);
+    EXPECT_EQ(Registered(T, "file", "", "").valueSize, sizeof(filesystem_object));
+    EXPECT_EQ(Registered(C, "string", "", "file signature").resultType, "string");
+}
+
+TEST(Dictionary, ValuesAndKeysThroughTheRegisteredThunks) {
+    OSXDictionary source;
+    source.Set("b", DictionaryValue::String("two"));
+    source.Set("a", DictionaryValue::Integer(1));
+    DictionaryValue nested;
+    source.Set("c", nested);
+    dictionary const table(source);
+    Record const& value = Registered(P, "value", "string", "dictionary");
+    auto valueOf = [&](std::string const& key) {
+        inspector_string index{reinterpret_cast<unsigned char const*>(key.data()),
+                               static_cast<std::uint32_t>(key.size())};
+        inspector_string result{};
+        value.get(&result, &index, &table, nullptr, value.userData);
+        return Text(result);
+    };
+    EXPECT_EQ(valueOf("a"), "1");
+    EXPECT_EQ(valueOf("b"), "two");
+    EXPECT_THROW(valueOf("c"), NoSuchObject);
+    EXPECT_THROW(valueOf("B"), NoSuchObject);
+    EXPECT_THROW(valueOf(""), NoSuchObject);
+
+    Record const& keys = Registered(I, "key", "", "dictionary");
+    auto keysOf = [&](dictionary const& d) {
+        alignas(std::max_align_t) unsigned char state[sizeof(DictionaryKeyIterator)];
+        keys.construct(state);
+        std::vector<std::string> names;
+        inspector_string key{};
+        try {
+            keys.first(&key, nullptr, &d, state, keys.userData);
+            for (;;) {
+                names.push_back(Text(key));
+                keys.next(&key, nullptr, &d, state, keys.userData);
+            }
+        } catch (NoSuchObject const&) {
+        }
+        keys.destroy(state);
+        return names;
+    };
+    EXPECT_EQ(keysOf(table), (std::vector<std::string>{"a", "b", "c"}));
+    EXPECT_TRUE(keysOf(dictionary(OSXDictionary())).empty());
+}
+
+TEST(FileSignature, FourBytesBothWays) {
+    Record const& toSignature = Registered(C, "file signature", "", "string");
+    Record const& toString = Registered(C, "string", "", "file signature");
+    auto signatureOf = [&](std::string const& text) {
+        inspector_string s{reinterpret_cast<unsigned char const*>(text.data()),
+                           static_cast<std::uint32_t>(text.size())};
+        file_signature signature{};
+        toSignature.cast(&signature, &s, toSignature.userData);
+        return signature;
+    };
+    EXPECT_EQ(signatureOf("ttxt").code, 0x74747874u);
+    EXPECT_EQ(signatureOf(std::string("\xff\x00\x01z", 4)).code, 0xff00017au);
+    for (char const* bad : {"", "abc", "abcde"}) {
+        EXPECT_THROW(signatureOf(bad), NoSuchObject) << bad;
+    }
+    file_signature const macs{0x4D414353};
+    inspector_string text{};
+    toString.cast(&text, &macs, toString.userData);
+    EXPECT_EQ(Text(text), "MACS");
+}
+
+TEST(Digest, ChecksForInterruptionBetweenBlocks) {
+    TempTree tree;
+    std::string path = tree.Write("three-blocks", std::string(3 * 128 * 1024, 'z'));
+    file const object(MacintoshPlatform::FileItem(MacintoshPlatform::MakeFileLocation(path)));
+    int before = fake::InterruptionChecks();
+    EXPECT_EQ(Text(md5_of_file(Of(), object)).size(), 32u);
+    EXPECT_GE(fake::InterruptionChecks() - before, 3);
+    fake::InterruptionArmed() = true;
+    EXPECT_THROW(sha1_of_file(Of(), object), EvaluationInterrupted);
+    fake::InterruptionArmed() = false;
+}
+
+TEST(FolderWalk, SkipsEntriesThatVanishAndKeepsTheKindAsked) {
+    TempTree tree;
+    tree.Write("a", "");
+    tree.Write("b", "");
+    tree.Folder("d");
+    folder const root(
+        MacintoshPlatform::FileItem(MacintoshPlatform::MakeFileLocation(tree.Path())));
+    FolderEntryIterator<file> files;
+    EXPECT_EQ(Text(NameOfObject(Of(), files.First(Of(), root))), "a");
+    std::filesystem::remove(tree.Path("b"));
+    EXPECT_THROW(files.Next(Of(), root), NoSuchObject);
+    FolderEntryIterator<folder> folders;
+    folder const d = folders.First(Of(), root);
+    EXPECT_EQ(Text(NameOfObject(Of(), d)), "d");
+    EXPECT_TRUE(IsDirectory(d));
+    EXPECT_THROW(folders.Next(Of(), root), NoSuchObject);
+}
+
+} // namespace
