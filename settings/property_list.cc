@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <cstdlib>
 #include <limits>
+#include <optional>
 
 AutoCFPropertyList& AutoCFPropertyList::operator=(AutoCFPropertyList&& other) noexcept {
     if (this != &other) {
@@ -32,6 +33,8 @@ constexpr std::string_view kBinaryMagic = "bplist00";
 constexpr std::size_t kTrailerSize = 32;
 constexpr unsigned char kDateMarker = 0x33; // followed by a big-endian float64
 constexpr std::size_t kDateObjectSize = 9;
+constexpr unsigned char kAsciiStringMarker = 0x50; // high nibble; low nibble: length
+constexpr unsigned char kUtf16StringMarker = 0x60;
 constexpr double kMicrosecondsPerSecond = 1000000.0;
 
 // libplist keeps a date's seconds in 32 bits; outside this span they wrap.
@@ -96,9 +99,52 @@ void FixDateAt(unsigned char* object) {
     WriteBigEndian(object + 1, std::bit_cast<std::uint64_t>(DateThatReadsBackExactly(stored)));
 }
 
-// Walks the offset table of a binary property list and fixes every date
-// object in place. Anything malformed is left for libplist to reject.
-void FixBinaryDates(std::string& bytes) {
+// Where a string object's characters start and how many there are; the
+// count follows the marker, or an integer object when the marker says 0xF.
+struct StringExtent {
+    std::uint64_t start;
+    std::uint64_t count;
+};
+
+std::optional<StringExtent> ExtentOf(unsigned char const* data, std::uint64_t offset,
+                                     std::uint64_t limit) {
+    std::uint64_t count = data[offset] & 0x0f;
+    std::uint64_t start = offset + 1;
+    if (count == 0x0f) {
+        if (start >= limit || (data[start] & 0xf0) != 0x10 || (data[start] & 0x0f) > 3) {
+            return std::nullopt;
+        }
+        std::size_t size = std::size_t{1} << (data[start] & 0x0f);
+        if (limit - start - 1 < size) {
+            return std::nullopt;
+        }
+        count = ReadBigEndian(data + start + 1, size);
+        start += 1 + size;
+    }
+    return StringExtent{start, count};
+}
+
+// libplist aborts on a dictionary key that holds a NUL character.
+bool HoldsNul(unsigned char const* data, std::uint64_t offset, std::uint64_t limit) {
+    unsigned char kind = data[offset] & 0xf0;
+    std::optional<StringExtent> extent = ExtentOf(data, offset, limit);
+    if (!extent || extent->start > limit) {
+        return false; // malformed: libplist refuses it
+    }
+    std::uint64_t width = kind == kUtf16StringMarker ? 2 : 1;
+    std::uint64_t length = std::min(extent->count, (limit - extent->start) / width) * width;
+    for (std::uint64_t i = 0; i < length; i += width) {
+        if (data[extent->start + i] == 0 && (width == 1 || data[extent->start + i + 1] == 0)) {
+            return true;
+        }
+    }
+    return false;
+}
+
+// Walks the offset table of a binary property list: fixes every date object
+// in place and refuses strings with NUL characters. Anything malformed is
+// left for libplist to reject.
+void PrepareBinary(std::string& bytes) {
     if (bytes.size() < kBinaryMagic.size() + kTrailerSize ||
         std::string_view(bytes).substr(0, kBinaryMagic.size()) != kBinaryMagic) {
         return;
@@ -113,11 +159,27 @@ void FixBinaryDates(std::string& bytes) {
         objectCount > (tableLimit - tableStart) / offsetSize) {
         return;
     }
+    auto offsetOf = [&](std::uint64_t i) {
+        return ReadBigEndian(data + tableStart + i * offsetSize, offsetSize);
+    };
+    // Objects may overlap in a hostile file, so every date is fixed before
+    // any string is checked.
     for (std::uint64_t i = 0; i < objectCount; ++i) {
-        std::uint64_t offset = ReadBigEndian(data + tableStart + i * offsetSize, offsetSize);
+        std::uint64_t offset = offsetOf(i);
         if (offset >= kBinaryMagic.size() && offset < tableStart &&
             tableStart - offset >= kDateObjectSize && data[offset] == kDateMarker) {
             FixDateAt(data + offset);
+        }
+    }
+    for (std::uint64_t i = 0; i < objectCount; ++i) {
+        std::uint64_t offset = offsetOf(i);
+        if (offset < kBinaryMagic.size() || offset >= tableStart) {
+            continue;
+        }
+        unsigned char kind = data[offset] & 0xf0;
+        if ((kind == kAsciiStringMarker || kind == kUtf16StringMarker) &&
+            HoldsNul(data, offset, tableStart)) {
+            throw PropertyListParseError("a string holds a NUL character");
         }
     }
 }
@@ -162,7 +224,7 @@ AutoCFPropertyList ParsePropertyList(std::string& bytes) {
     if (bytes.size() > std::numeric_limits<std::uint32_t>::max()) {
         throw PropertyListParseError("property list larger than 4 GiB");
     }
-    FixBinaryDates(bytes);
+    PrepareBinary(bytes);
     plist_t tree = nullptr;
     plist_from_memory(bytes.data(), static_cast<std::uint32_t>(bytes.size()), &tree);
     if (tree == nullptr) {

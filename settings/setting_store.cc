@@ -3,7 +3,6 @@
 #include <cstdlib>
 #include <iostream>
 #include <memory>
-#include <type_traits>
 
 namespace {
 
@@ -41,18 +40,19 @@ bool UsableAsKey(std::string const& name) {
     return false;
 }
 
+AutoCFPropertyList MakeEntry(CFPreferenceSetting const& setting) {
+    return MakeCFPropertyList(setting);
+}
+
+AutoCFPropertyList MakeEntry(CFPreferenceSettingMap const& settings) {
+    return MakeCFDictionary(settings);
+}
+
 template <class Map> AutoCFPropertyList MakeDictionaryOf(Map const& entries) {
     AutoCFPropertyList dictionary(plist_new_dict());
     for (auto const& [name, entry] : entries) {
         if (UsableAsKey(name)) {
-            AutoCFPropertyList item = [&] {
-                if constexpr (std::is_same_v<Map, CFPreferenceSettingMap>) {
-                    return MakeCFPropertyList(entry);
-                } else {
-                    return MakeCFDictionary(entry);
-                }
-            }();
-            plist_dict_set_item(dictionary.Get(), name.c_str(), item.Release());
+            plist_dict_set_item(dictionary.Get(), name.c_str(), MakeEntry(entry).Release());
         }
     }
     return dictionary;
@@ -75,7 +75,9 @@ AutoCFPropertyList MakeCFPropertyList(CFPreferenceSetting const& setting) {
         plist_dict_set_item(dictionary.Get(), kSettingValueKey,
                             MakeCFPropertyList(setting.Value()).Release());
     }
-    if (setting.Deleted() || setting.Date() != Instant::First()) {
+    // A tombstone without a date is written as an empty dictionary, which
+    // reads back as the default setting.
+    if (setting.Date() != Instant::First()) {
         plist_dict_set_item(dictionary.Get(), kSettingDateKey,
                             MakeCFDate(setting.Date()).Release());
     }
@@ -112,7 +114,9 @@ template <> CFPreferenceSectionMap ConvertCFPropertyList<CFPreferenceSectionMap>
 CFPreferenceSettingStore::CFPreferenceSettingStore(std::string key, std::string applicationId,
                                                    std::string user, std::string host)
     : preferences_(std::move(applicationId), std::move(user), std::move(host)),
-      key_(std::move(key)), contents_(Read(key_)) {}
+      key_(std::move(key)), contents_(Read(key_)) {
+    Reindex();
+}
 
 CFPreferenceSettingStore::~CFPreferenceSettingStore() {
     if (changed_) {
@@ -120,31 +124,74 @@ CFPreferenceSettingStore::~CFPreferenceSettingStore() {
     }
 }
 
+void CFPreferenceSettingStore::Reindex() {
+    index_.clear();
+    index_.reserve(contents_.size());
+    for (auto section = contents_.begin(); section != contents_.end(); ++section) {
+        IndexSection(section);
+    }
+}
+
+CFPreferenceSettingStore::IndexedSection&
+CFPreferenceSettingStore::IndexSection(CFPreferenceSectionMap::iterator section) {
+    IndexedSection& indexed = index_[section->first];
+    indexed.settings = &section->second;
+    indexed.items.reserve(section->second.size());
+    for (auto item = section->second.begin(); item != section->second.end(); ++item) {
+        indexed.items.emplace(item->first, item);
+    }
+    return indexed;
+}
+
+CFPreferenceSettingStore::IndexedSection const*
+CFPreferenceSettingStore::FindIndexed(ConstData section) const {
+    auto found = index_.find(section.view());
+    return found == index_.end() ? nullptr : &found->second;
+}
+
+CFPreferenceSettingStore::IndexedSection& CFPreferenceSettingStore::SectionSlot(ConstData section) {
+    auto found = index_.find(section.view());
+    if (found != index_.end()) {
+        return found->second;
+    }
+    return IndexSection(contents_.try_emplace(section.str()).first);
+}
+
+CFPreferenceSetting& CFPreferenceSettingStore::SettingSlot(IndexedSection& section,
+                                                           std::string_view name) {
+    auto found = section.items.find(name);
+    if (found != section.items.end()) {
+        return found->second->second;
+    }
+    auto item = section.settings->try_emplace(std::string(name)).first;
+    section.items.emplace(item->first, item);
+    return item->second;
+}
+
 CFPreferenceSettingIterator CFPreferenceSettingStore::IteratorForSection(ConstData section) const {
-    auto found = contents_.find(section.view());
-    if (found == contents_.end()) {
+    IndexedSection const* indexed = FindIndexed(section);
+    if (indexed == nullptr) {
         return {};
     }
-    return {found->second.begin(), found->second.end()};
+    return {indexed->settings->begin(), indexed->settings->end()};
 }
 
 CFPreferenceSettingIterator CFPreferenceSettingStore::IteratorForSingleItem(ConstData section,
                                                                             ConstData name) const {
-    auto found = contents_.find(section.view());
-    if (found == contents_.end()) {
+    IndexedSection const* indexed = FindIndexed(section);
+    if (indexed == nullptr) {
         return {};
     }
-    auto item = found->second.find(name.view());
-    if (item == found->second.end()) {
+    auto item = indexed->items.find(name.view());
+    if (item == indexed->items.end()) {
         return {};
     }
-    return {item, std::next(item)};
+    return {item->second, std::next(item->second)};
 }
 
 void CFPreferenceSettingStore::Set(ConstData section, ConstData name, ConstData value,
                                    Instant date) {
-    CFPreferenceSettingMap& settings = contents_.try_emplace(section.str()).first->second;
-    CFPreferenceSetting& setting = settings.try_emplace(name.str()).first->second;
+    CFPreferenceSetting& setting = SettingSlot(SectionSlot(section), name.view());
     if (date < setting.Date()) {
         return;
     }
@@ -153,15 +200,15 @@ void CFPreferenceSettingStore::Set(ConstData section, ConstData name, ConstData 
 }
 
 void CFPreferenceSettingStore::Clear(ConstData section, ConstData name, Instant date) {
-    auto found = contents_.find(section.view());
-    if (found == contents_.end()) {
+    IndexedSection const* indexed = FindIndexed(section);
+    if (indexed == nullptr) {
         return;
     }
-    auto item = found->second.find(name.view());
-    if (item == found->second.end() || date < item->second.Date()) {
+    auto item = indexed->items.find(name.view());
+    if (item == indexed->items.end() || date < item->second->second.Date()) {
         return;
     }
-    item->second = CFPreferenceSetting(date);
+    item->second->second = CFPreferenceSetting(date);
     changed_ = true;
 }
 
@@ -188,11 +235,11 @@ void CFPreferenceSettingStore::ResetDates() {
 }
 
 void CFPreferenceSettingStore::RenameSection(ConstData from, ConstData to) {
-    auto source = contents_.find(from.view());
-    if (source != contents_.end()) {
-        CFPreferenceSettingMap& target = contents_.try_emplace(to.str()).first->second;
-        for (auto const& [name, setting] : source->second) {
-            target.insert_or_assign(name, setting);
+    IndexedSection const* source = FindIndexed(from);
+    if (source != nullptr) {
+        IndexedSection& target = SectionSlot(to);
+        for (auto const& [name, setting] : *source->settings) {
+            SettingSlot(target, name) = setting;
         }
     }
     Flush();

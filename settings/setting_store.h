@@ -5,6 +5,8 @@
 #include <functional>
 #include <map>
 #include <string>
+#include <string_view>
+#include <unordered_map>
 #include <utility>
 
 #include "settings/cf_preferences.h"
@@ -136,10 +138,25 @@ public:
     bool Changed() const { return changed_; }
 
 private:
+    // A hash index over contents_ so that lookups cost no tree walk; the
+    // views and iterators stay valid because map nodes never move.
+    using SettingIndex = std::unordered_map<std::string_view, CFPreferenceSettingMap::iterator>;
+    struct IndexedSection {
+        CFPreferenceSettingMap* settings;
+        SettingIndex items;
+    };
+    void Reindex();
+    IndexedSection& IndexSection(CFPreferenceSectionMap::iterator section);
+    IndexedSection const* FindIndexed(ConstData section) const;
+    // The section or setting, created (empty, or as a default setting) if absent.
+    IndexedSection& SectionSlot(ConstData section);
+    CFPreferenceSetting& SettingSlot(IndexedSection& section, std::string_view name);
+
     GeneralCFPreferenceSet preferences_;
     std::string key_;
     CFPreferenceSectionMap contents_;
     bool changed_ = false;
+    std::unordered_map<std::string_view, IndexedSection> index_;
 };
 
 // The on-disk layout: section → name → {"Value", "Date"}.

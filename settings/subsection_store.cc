@@ -50,3 +50,8 @@ std::int64_t SubsectionStore::GetInt64WithMinMaxDefault(ConstCString name, std::
 bool SubsectionStore::GetBoolWithDefault(ConstCString name, bool defaultValue) const {
     return OrDefault([&] { return GetBool(name); }, defaultValue);
 }
+
+MacintoshPlatform::FileLocation SubsectionStore::GetFileLocationWithDefault(
+    ConstCString name, MacintoshPlatform::FileLocation const& defaultValue) const {
+    return OrDefault([&] { return GetFileLocation(name); }, defaultValue);
+}

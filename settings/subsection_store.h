@@ -7,6 +7,7 @@
 #include <string_view>
 
 #include "evaluator/errors.h"
+#include "files/file_location.h"
 #include "settings/decimal.h"
 #include "settings/setting_store.h"
 #include "util/bytes.h"
@@ -36,6 +37,9 @@ public:
     virtual void SetInt64(ConstCString name, std::int64_t value) = 0;
     virtual bool GetBool(ConstCString name) const = 0;
     virtual void SetBool(ConstCString name, bool value) = 0;
+    virtual MacintoshPlatform::FileLocation GetFileLocation(ConstCString name) const = 0;
+    virtual void SetFileLocation(ConstCString name,
+                                 MacintoshPlatform::FileLocation const& location) = 0;
     virtual void Flush() = 0;
     virtual ~SubsectionStore() = default;
 
@@ -48,6 +52,9 @@ public:
     std::int64_t GetInt64WithMinMaxDefault(ConstCString name, std::int64_t min, std::int64_t max,
                                            std::int64_t defaultValue) const;
     bool GetBoolWithDefault(ConstCString name, bool defaultValue) const;
+    MacintoshPlatform::FileLocation
+    GetFileLocationWithDefault(ConstCString name,
+                               MacintoshPlatform::FileLocation const& defaultValue) const;
 };
 
 // The view of section of store. A cleared setting reads as empty text.
@@ -80,6 +87,13 @@ public:
         }
     }
     void SetBool(ConstCString name, bool value) override { SetUInt32(name, value ? 1 : 0); }
+    MacintoshPlatform::FileLocation GetFileLocation(ConstCString name) const override {
+        return MacintoshPlatform::MakeFileLocation(ItemValue(name).view());
+    }
+    void SetFileLocation(ConstCString name,
+                         MacintoshPlatform::FileLocation const& location) override {
+        SetText(name, std::string_view(location.POSIXPath()));
+    }
     void Flush() override { store_.Flush(); }
 
     Store& UnderlyingStore() const { return store_; }

@@ -121,6 +121,21 @@ TEST(PropertyListParsing, RejectsWhatIsNotAPropertyList) {
     EXPECT_EQ(ConvertCFPropertyList<std::string>(plist_dict_get_item(whole.Get(), "key")), "value");
 }
 
+TEST(PropertyListParsing, RefusesKeysWithNulInsteadOfAborting) {
+    // libplist asserts on such keys; the file must count as unreadable instead.
+    for (char const* key : {"ab", "a\xc3\xa9"}) {
+        AutoCFPropertyList dictionary(plist_new_dict());
+        plist_dict_set_item(dictionary.Get(), key, plist_new_string("value"));
+        std::string bytes = SerializeBinaryPropertyList(dictionary.Get());
+        bool ascii = std::string_view(key) == "ab";
+        std::string stored = ascii ? std::string("ab") : std::string("\0a\0\xe9", 4);
+        size_t at = bytes.find(stored);
+        ASSERT_NE(at, std::string::npos);
+        bytes[at + stored.size() - 1] = '\0';
+        EXPECT_THROW(ParsePropertyList(bytes), PropertyListParseError) << key;
+    }
+}
+
 TEST(PropertyListText, OnlyValidUtf8WithoutNulIsText) {
     EXPECT_TRUE(IsPropertyListText(""));
     EXPECT_TRUE(IsPropertyListText("plain ascii"));

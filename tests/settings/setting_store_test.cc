@@ -176,6 +176,12 @@ TEST_F(SettingStoreTest, ReadBackRulesForEachShapeOfEntry) {
     EXPECT_EQ(settings.at("value"), CFPreferenceSetting("value", Instant::First()));
     EXPECT_EQ(settings.at("date"), CFPreferenceSetting(At(1000000)));
     EXPECT_EQ(settings.at("neither"), CFPreferenceSetting());
+
+    // Each shape is written back as it was read.
+    std::string bytes = SerializeBinaryPropertyList(MakeCFDictionary(settings).Get());
+    AutoCFPropertyList back = ParsePropertyList(bytes);
+    EXPECT_EQ(ConvertCFPropertyList<CFPreferenceSettingMap>(back.Get()), settings);
+    EXPECT_EQ(plist_dict_get_size(plist_dict_get_item(back.Get(), "neither")), 0u);
 }
 
 TEST_F(SettingStoreTest, WrongTypesStartEmptyAndTheFileIsKeptAside) {

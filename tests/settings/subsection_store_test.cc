@@ -111,6 +111,21 @@ TEST_F(SubsectionStoreTest, ClearedSettingReadsAsEmptyTextNotTheDefault) {
     EXPECT_EQ(view_.GetUInt32WithDefault(Name("Gone"), 9), 9u) << "empty text is no number";
 }
 
+TEST_F(SubsectionStoreTest, FileLocationsAreStoredAsPosixPaths) {
+    using MacintoshPlatform::FileLocation;
+    view_.SetFileLocation(Name("Storage"), FileLocation("/var/lib/zor/../zor/storage/"));
+    EXPECT_EQ(Stored("Storage"), "/var/lib/zor/storage");
+    EXPECT_EQ(view_.GetFileLocation(Name("Storage")), FileLocation("/var/lib/zor/storage"));
+    FileLocation fallback("/fallback");
+    EXPECT_EQ(view_.GetFileLocationWithDefault(Name("Storage"), fallback).POSIXPath(),
+              "/var/lib/zor/storage");
+    EXPECT_EQ(view_.GetFileLocationWithDefault(Name("Missing"), fallback), fallback);
+    EXPECT_THROW(view_.GetFileLocation(Name("Missing")), SettingNotFound);
+    store_.Clear("GlobalOptions", "Storage", Instant::Now() + TimeInterval::Seconds(1));
+    EXPECT_EQ(view_.GetFileLocationWithDefault(Name("Storage"), fallback), fallback)
+        << "a cleared setting is an empty path, which is no location";
+}
+
 TEST_F(SubsectionStoreTest, FlushWritesTheStore) {
     view_.SetUInt32(Name("Port"), 80);
     EXPECT_TRUE(store_.Changed());

@@ -1,0 +1,215 @@
+// A store of 100,000 settings in 100 sections: loading and flushing it
+// against libplist reading and writing the same file, and FindItem.
+#include <benchmark/benchmark.h>
+#include <fcntl.h>
+#include <stdlib.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <filesystem>
+#include <map>
+#include <memory>
+#include <random>
+
+#include "settings/preference_domain.h"
+#include "settings/preference_file.h"
+#include "settings/setting_store.h"
+
+namespace {
+
+constexpr char const* kDomain = "bench.domain";
+constexpr char const* kKey = "Settings";
+constexpr int kSections = 100;
+constexpr int kSettingsPerSection = 1000;
+
+std::string SectionName(int section) {
+    return "Section" + std::to_string(section);
+}
+std::string SettingName(int setting) {
+    return "Setting" + std::to_string(setting);
+}
+
+// The folder and the binary file with the store, built once.
+struct Fixture {
+    std::filesystem::path folder;
+    std::filesystem::path file;
+
+    Fixture() {
+        std::string pattern = std::filesystem::temp_directory_path() / "zor-settings-bench-XXXXXX";
+        folder = ::mkdtemp(pattern.data());
+        file = folder / (std::string(kDomain) + ".plist");
+        CFPreferenceSectionMap sections;
+        Instant base = Instant::Now();
+        for (int s = 0; s < kSections; ++s) {
+            auto& settings = sections[SectionName(s)];
+            for (int i = 0; i < kSettingsPerSection; ++i) {
+                settings[SettingName(i)] = CFPreferenceSetting(
+                    "value of setting " + std::to_string(i) + " in section " + std::to_string(s),
+                    base + TimeInterval(s * kSettingsPerSection + i));
+            }
+        }
+        AutoCFPropertyList root(plist_new_dict());
+        plist_dict_set_item(root.Get(), kKey, MakeCFDictionary(sections).Release());
+        WriteFileAtomically(file, SerializeBinaryPropertyList(root.Get()));
+        SetPreferencesFolder(folder);
+    }
+    ~Fixture() {
+        SetPreferencesFolder({});
+        std::error_code ignored;
+        std::filesystem::remove_all(folder, ignored);
+    }
+};
+
+Fixture& TheFixture() {
+    static Fixture fixture;
+    return fixture;
+}
+
+std::unique_ptr<CFPreferenceSettingStore> LoadStore() {
+    return std::make_unique<CFPreferenceSettingStore>(kKey, kDomain, kCFPreferencesAnyUser,
+                                                      kCFPreferencesCurrentHost);
+}
+
+AutoCFPropertyList RawRead(std::filesystem::path const& file) {
+    std::string bytes = *ReadFileIfPresent(file);
+    plist_t tree = nullptr;
+    plist_from_memory(bytes.data(), static_cast<uint32_t>(bytes.size()), &tree);
+    return AutoCFPropertyList(tree);
+}
+
+// libplist alone: read the file and parse it.
+void BM_RawLibplistRead(benchmark::State& state) {
+    Fixture& fixture = TheFixture();
+    for (auto _ : state) {
+        AutoCFPropertyList tree = RawRead(fixture.file);
+        benchmark::DoNotOptimize(tree.Get());
+    }
+}
+
+// The store: a new process's first use, from the file to the settings map.
+void BM_StoreLoad(benchmark::State& state) {
+    Fixture& fixture = TheFixture();
+    for (auto _ : state) {
+        SetPreferencesFolder(fixture.folder); // forget the cached file
+        auto store = LoadStore();
+        benchmark::DoNotOptimize(store->FindItem("Section1", "Setting1").AtEnd());
+    }
+}
+
+void WriteWhole(std::filesystem::path const& file, std::string const& bytes, bool sync) {
+    int descriptor = ::open(file.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
+    if (::write(descriptor, bytes.data(), bytes.size()) != static_cast<ssize_t>(bytes.size())) {
+        std::perror("write");
+    }
+    if (sync) {
+        ::fsync(descriptor);
+    }
+    ::close(descriptor);
+}
+
+// libplist alone: serialise the parsed file and write it over a copy.
+void RawLibplistWrite(benchmark::State& state, bool sync) {
+    Fixture& fixture = TheFixture();
+    AutoCFPropertyList tree = RawRead(fixture.file);
+    std::filesystem::path copy = fixture.folder / "raw-copy.plist";
+    for (auto _ : state) {
+        WriteWhole(copy, SerializeBinaryPropertyList(tree.Get()), sync);
+    }
+}
+
+void BM_RawLibplistWrite(benchmark::State& state) {
+    RawLibplistWrite(state, false);
+}
+void BM_RawLibplistWriteFsync(benchmark::State& state) {
+    RawLibplistWrite(state, true);
+}
+
+// The store: one change, then Flush (convert, serialise, atomic write with
+// fsync of the file and the folder).
+void BM_StoreFlush(benchmark::State& state) {
+    Fixture& fixture = TheFixture();
+    SetPreferencesFolder(fixture.folder);
+    auto store = LoadStore();
+    for (auto _ : state) {
+        store->Set("Section0", "Setting0", "changed", Instant::Now());
+        store->Flush();
+    }
+}
+
+// Lookups of settings chosen at random across the whole store.
+void BM_FindItem(benchmark::State& state) {
+    Fixture& fixture = TheFixture();
+    SetPreferencesFolder(fixture.folder);
+    auto store = LoadStore();
+    std::mt19937 random(7);
+    std::vector<std::pair<std::string, std::string>> keys;
+    for (int i = 0; i < 4096; ++i) {
+        keys.emplace_back(SectionName(static_cast<int>(random() % kSections)),
+                          SettingName(static_cast<int>(random() % kSettingsPerSection)));
+    }
+    std::size_t next = 0;
+    for (auto _ : state) {
+        auto const& [section, name] = keys[next++ % keys.size()];
+        auto item = store->FindItem(std::string_view(section), std::string_view(name));
+        benchmark::DoNotOptimize(item.Value().begin());
+    }
+}
+
+BENCHMARK(BM_RawLibplistRead)->Unit(benchmark::kMillisecond)->Iterations(8);
+BENCHMARK(BM_StoreLoad)->Unit(benchmark::kMillisecond)->Iterations(8);
+BENCHMARK(BM_RawLibplistWrite)->Unit(benchmark::kMillisecond)->Iterations(2);
+BENCHMARK(BM_RawLibplistWriteFsync)->Unit(benchmark::kMillisecond)->Iterations(2);
+BENCHMARK(BM_StoreFlush)->Unit(benchmark::kMillisecond)->Iterations(2);
+BENCHMARK(BM_FindItem)->Unit(benchmark::kNanosecond);
+
+// Prints, after the table, each store operation against its raw libplist
+// counterpart from the same run.
+class RatioReporter : public benchmark::ConsoleReporter {
+public:
+    void ReportRuns(std::vector<Run> const& runs) override {
+        for (Run const& run : runs) {
+            auto iterations = static_cast<double>(run.iterations);
+            seconds_[run.benchmark_name()] = {run.real_accumulated_time / iterations,
+                                              run.cpu_accumulated_time / iterations};
+        }
+        ConsoleReporter::ReportRuns(runs);
+    }
+    void Finalize() override {
+        ConsoleReporter::Finalize();
+        Ratio("BM_StoreLoad", "BM_RawLibplistRead", "load / libplist read", 2.0);
+        Ratio("BM_StoreFlush", "BM_RawLibplistWriteFsync", "flush / libplist write+fsync", 2.0);
+        Ratio("BM_StoreFlush", "BM_RawLibplistWrite", "flush / libplist write", 2.0);
+        auto found = seconds_.find("BM_FindItem");
+        if (found != seconds_.end()) {
+            std::printf("FindItem: %.0f ns real, %.0f ns CPU (target < 1000 ns)\n",
+                        found->second.real * 1e9, found->second.cpu * 1e9);
+        }
+    }
+
+private:
+    void Ratio(std::string const& store, std::string const& raw, char const* label, double target) {
+        auto a = seconds_.find(store + "/iterations:" + Iterations(store));
+        auto b = seconds_.find(raw + "/iterations:" + Iterations(raw));
+        if (a != seconds_.end() && b != seconds_.end()) {
+            std::printf("%s: %.2fx real, %.2fx CPU (target < %.1fx)\n", label,
+                        a->second.real / b->second.real, a->second.cpu / b->second.cpu, target);
+        }
+    }
+    static std::string Iterations(std::string const& name) {
+        return name == "BM_RawLibplistRead" || name == "BM_StoreLoad" ? "8" : "2";
+    }
+    struct Times {
+        double real;
+        double cpu;
+    };
+    std::map<std::string, Times> seconds_;
+};
+
+} // namespace
+
+int main(int argc, char** argv) {
+    benchmark::Initialize(&argc, argv);
+    RatioReporter reporter;
+    benchmark::RunSpecifiedBenchmarks(&reporter);
+    benchmark::Shutdown();
+}
