@@ -38,6 +38,11 @@ protected:
         throw std::runtime_error("no failure from: " + text);
     }
 
+    // The evaluation stopped at the host's budget.
+    static bool Interrupted(std::string const& text, zor::EvaluationOptions const& options) {
+        return std::string(Failure(text, options).what()).starts_with("EvaluationInterrupted");
+    }
+
     static zor::ExpressionError::Kind BindingKind(std::string const& text) {
         try {
             zor::Expression::compile(text);
@@ -157,11 +162,11 @@ TEST_F(RegexPlugin, BudgetsStopLongScans) {
     EXPECT_EQ(Evaluate(endsWith), Answers{"False"});
     zor::EvaluationOptions limited;
     limited.budget.steps = 100;
-    EXPECT_EQ(std::string(Failure(endsWith, limited).what()), "EvaluationInterrupted");
+    EXPECT_TRUE(Interrupted(endsWith, limited));
 
     std::string const matches = "number of matches (regex \"a\") of \"" + subject + "\"";
     EXPECT_EQ(Evaluate(matches), Answers{"20000"});
-    EXPECT_EQ(std::string(Failure(matches, limited).what()), "EvaluationInterrupted");
+    EXPECT_TRUE(Interrupted(matches, limited));
 
     // A scan that fits the budget answers.
     zor::EvaluationOptions roomy;
