@@ -27,6 +27,12 @@ inspector_string CopyToInspectorString(ConstDataRopeReference rope) {
     return {copy, static_cast<std::uint32_t>(length)};
 }
 
+void* AllocateInspectorCopy(void const* value, unsigned long size) {
+    void* copy = Allocate_Inspector_Memory(size);
+    std::copy_n(static_cast<unsigned char const*>(value), size, static_cast<unsigned char*>(copy));
+    return copy;
+}
+
 void CheckForInspectorInterruption() {
     Check_For_Inspector_Interruption();
 }

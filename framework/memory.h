@@ -25,6 +25,9 @@ private:
 inspector_string CopyToInspectorString(ConstData data);
 inspector_string CopyToInspectorString(ConstDataRopeReference rope);
 
+// A copy of a plain value's bytes in memory the evaluator owns.
+void* AllocateInspectorCopy(void const* value, unsigned long size);
+
 // Views of the same bytes; nothing is copied.
 inline inspector_string AsInspectorString(ConstData const& data) {
     return {data.begin(), static_cast<std::uint32_t>(data.Length())};

@@ -7,6 +7,7 @@
 
 #include "evaluator/registration.h"
 #include "evaluator/values.h"
+#include "framework/memory.h"
 #include "framework/type_name.h"
 
 // A chain of two tuple nodes: the first points at A's value and at the second
@@ -57,8 +58,6 @@ public:
         return name.c_str();
     }
 };
-
-void* AllocateInspectorCopy(void const* value, unsigned long size);
 
 // Copies the range and the value into evaluator memory, so the timed value
 // outlives the call that built it.
