@@ -76,6 +76,61 @@ OSXDictionary DictionaryOf(plist_t dict) {
     }
 }
 
+std::uint64_t BigEndian(unsigned char const* bytes, std::size_t width) {
+    std::uint64_t value = 0;
+    for (std::size_t i = 0; i < width; ++i) {
+        value = value << 8 | bytes[i];
+    }
+    return value;
+}
+
+std::size_t Occurrences(std::string_view text, std::string_view word) {
+    std::size_t count = 0;
+    for (std::size_t at = text.find(word); at != std::string_view::npos;
+         at = text.find(word, at + 1)) {
+        ++count;
+    }
+    return count;
+}
+
+// The arrays, sets and dictionaries among a binary property list's objects;
+// none when its trailer or offset table does not fit in the bytes.
+std::optional<std::size_t> BinaryContainers(ConstData bytes) {
+    constexpr std::size_t kTrailer = 32;
+    std::size_t const length = bytes.Length();
+    if (length < 8 + kTrailer) {
+        return std::nullopt;
+    }
+    unsigned char const* trailer = bytes.begin() + length - kTrailer;
+    std::size_t const width = trailer[6];
+    std::uint64_t const objects = BigEndian(trailer + 8, 8);
+    std::uint64_t const table = BigEndian(trailer + 24, 8);
+    std::size_t const tableRoom = length - kTrailer;
+    if (width < 1 || width > 8 || table > tableRoom || objects > (tableRoom - table) / width) {
+        return std::nullopt;
+    }
+    std::size_t containers = 0;
+    for (std::uint64_t i = 0; i < objects; ++i) {
+        std::uint64_t offset = BigEndian(bytes.begin() + table + i * width, width);
+        unsigned marker = offset < tableRoom ? bytes.begin()[offset] >> 4 : 0;
+        containers += marker == 0xA || marker == 0xC || marker == 0xD;
+    }
+    return containers;
+}
+
+// libplist parses nested containers recursively, so deep nesting could
+// overflow the stack. The containers are counted first (for XML, every
+// "<array" and "<dict", also in comments), which bounds the depth.
+bool NestingIsBounded(ConstData bytes) {
+    constexpr std::size_t kMaxContainers = 4096;
+    std::string_view const text = bytes.view();
+    if (text.starts_with("bplist")) {
+        auto containers = BinaryContainers(bytes);
+        return containers && *containers <= kMaxContainers;
+    }
+    return Occurrences(text, "<array") + Occurrences(text, "<dict") <= kMaxContainers;
+}
+
 } // namespace
 
 DictionaryValue DictionaryValue::String(std::string text) {
@@ -120,7 +175,8 @@ std::optional<std::string> OSXDictionary::FindString(std::string_view key) const
 }
 
 std::optional<OSXDictionary> ParsePropertyListDictionary(ConstData bytes) {
-    if (bytes.empty() || bytes.Length() > std::numeric_limits<std::uint32_t>::max()) {
+    if (bytes.empty() || bytes.Length() > std::numeric_limits<std::uint32_t>::max() ||
+        !NestingIsBounded(bytes)) {
         return std::nullopt;
     }
     plist_t raw = nullptr;

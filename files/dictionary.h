@@ -41,5 +41,6 @@ private:
 };
 
 // The top-level dictionary of a property list in XML or binary form; none
-// when the bytes are no property list or its top level is no dictionary.
+// when the bytes are no property list, its top level is no dictionary, or it
+// has more than 4096 arrays and dictionaries (so that nesting stays shallow).
 std::optional<OSXDictionary> ParsePropertyListDictionary(ConstData bytes);

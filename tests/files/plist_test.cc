@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <string>
 #include <sys/stat.h>
+#include <vector>
 
 #include <plist/plist.h>
 
@@ -111,6 +112,66 @@ TEST(PropertyListDictionary, DamagedOrForeignInputHasNoDictionary) {
     for (std::string const& bytes : damaged) {
         EXPECT_FALSE(Parse(bytes).has_value()) << bytes.size();
     }
+}
+
+// A binary property list whose top dictionary holds arrays nested `depth` deep.
+std::string NestedBinary(std::size_t depth) {
+    auto put = [](std::string& out, std::uint64_t value, int width) {
+        for (int i = width - 1; i >= 0; --i) {
+            out += static_cast<char>(value >> (8 * i));
+        }
+    };
+    std::string bytes = "bplist00";
+    std::vector<std::uint64_t> offsets;
+    offsets.push_back(bytes.size()); // object 0: {"k": object 2}
+    bytes += '\xD1';
+    put(bytes, 1, 4);
+    put(bytes, 2, 4);
+    offsets.push_back(bytes.size()); // object 1: "k"
+    bytes += "\x51k";
+    for (std::size_t i = 0; i < depth; ++i) { // objects 2.. : [next]
+        offsets.push_back(bytes.size());
+        bytes += '\xA1';
+        put(bytes, 3 + i, 4);
+    }
+    offsets.push_back(bytes.size());
+    bytes += '\xA0';
+    std::uint64_t table = bytes.size();
+    for (std::uint64_t offset : offsets) {
+        put(bytes, offset, 4);
+    }
+    bytes += std::string(6, '\0') + "\x04\x04";
+    put(bytes, offsets.size(), 8);
+    put(bytes, 0, 8);
+    put(bytes, table, 8);
+    return bytes;
+}
+
+std::string NestedXml(std::size_t depth) {
+    std::string arrays;
+    for (std::size_t i = 0; i < depth; ++i) {
+        arrays += "<array>";
+    }
+    for (std::size_t i = 0; i < depth; ++i) {
+        arrays += "</array>";
+    }
+    return XmlPlist("<key>k</key>" + arrays);
+}
+
+TEST(PropertyListDictionary, DeepNestingIsRefusedBeforeItCanExhaustTheStack) {
+    EXPECT_TRUE(Parse(NestedBinary(100)).has_value());
+    EXPECT_TRUE(Parse(NestedXml(100)).has_value());
+    EXPECT_FALSE(Parse(NestedBinary(500000)).has_value());
+    EXPECT_FALSE(Parse(NestedXml(500000)).has_value());
+    std::string flat;
+    for (int i = 0; i < 4000; ++i) {
+        flat += "<key>k" + std::to_string(i) + "</key><array/>";
+    }
+    auto many = Parse(XmlPlist(flat));
+    ASSERT_TRUE(many.has_value());
+    EXPECT_EQ(many->Entries().size(), 4000u);
+    std::string truncatedTrailer = NestedBinary(3);
+    EXPECT_FALSE(Parse(truncatedTrailer.substr(0, truncatedTrailer.size() - 5)).has_value());
 }
 
 TEST(OSXDictionary, SetReplacesAndKeepsKeysInOrder) {
