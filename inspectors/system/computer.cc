@@ -21,18 +21,16 @@ inspector_string Copy(std::string const& text) {
     return CopyToInspectorString(ConstData(text));
 }
 
-std::string SystemName() {
-    std::string name = platform::System().OperatingSystemRelease().name;
-    return name.empty() ? std::string(kDefaultSystemName) : name;
+std::string SystemName(platform::OsRelease const& release) {
+    return release.name.empty() ? std::string(kDefaultSystemName) : release.name;
 }
 
 // The release's components; NoSuchObject when the system states none.
-std::vector<std::uint64_t> ReleaseComponents() {
-    std::string const id = platform::System().OperatingSystemRelease().versionId;
-    if (id.empty()) {
+std::vector<std::uint64_t> ReleaseComponents(platform::OsRelease const& release) {
+    if (release.versionId.empty()) {
         throw NoSuchObject();
     }
-    return TextToVersionComponents(ConstData(id));
+    return TextToVersionComponents(ConstData(release.versionId));
 }
 
 // A processor description: the table's name when the code is known, else
@@ -119,20 +117,22 @@ OperatingSystem operating_system() {
 }
 
 inspector_string AsString(OperatingSystem const&) {
-    std::string const name = SystemName();
-    std::vector<std::uint64_t> components = ReleaseComponents();
-    std::string const release =
+    platform::OsRelease const release = platform::System().OperatingSystemRelease();
+    std::string const name = SystemName(release);
+    std::vector<std::uint64_t> components = ReleaseComponents(release);
+    std::string const text =
         VersionText(version{components.data(), static_cast<std::uint32_t>(components.size())});
-    ConstData const pieces[] = {ConstData(name), ConstData(" "), ConstData(release)};
+    ConstData const pieces[] = {ConstData(name), ConstData(" "), ConstData(text)};
     return CopyToInspectorString(ConstDataRopeReference(pieces));
 }
 
 inspector_string name_of_operating_system(Of, OperatingSystem const&) {
-    return Copy(SystemName());
+    return Copy(SystemName(platform::System().OperatingSystemRelease()));
 }
 
 version release_of_operating_system(Of, OperatingSystem const&) {
-    std::vector<std::uint64_t> const components = ReleaseComponents();
+    std::vector<std::uint64_t> const components =
+        ReleaseComponents(platform::System().OperatingSystemRelease());
     auto* const stored = static_cast<std::uint64_t*>(
         Allocate_Inspector_Memory(components.size() * sizeof(std::uint64_t)));
     std::copy(components.begin(), components.end(), stored);
