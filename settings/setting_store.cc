@@ -115,7 +115,14 @@ CFPreferenceSettingStore::CFPreferenceSettingStore(std::string key, std::string 
                                                    std::string user, std::string host)
     : preferences_(std::move(applicationId), std::move(user), std::move(host)),
       key_(std::move(key)), contents_(Read(key_)) {
-    Reindex();
+    std::size_t count = 0;
+    for (auto const& [section, settings] : contents_) {
+        count += settings.size();
+    }
+    index_.reserve(count);
+    for (auto section = contents_.begin(); section != contents_.end(); ++section) {
+        IndexSection(section);
+    }
 }
 
 CFPreferenceSettingStore::~CFPreferenceSettingStore() {
@@ -124,69 +131,52 @@ CFPreferenceSettingStore::~CFPreferenceSettingStore() {
     }
 }
 
-void CFPreferenceSettingStore::Reindex() {
-    index_.clear();
-    index_.reserve(contents_.size());
-    for (auto section = contents_.begin(); section != contents_.end(); ++section) {
-        IndexSection(section);
-    }
+std::size_t CFPreferenceSettingStore::ItemKeyHash::operator()(ItemKey const& key) const noexcept {
+    std::size_t section = std::hash<std::string_view>()(key.section);
+    return section ^ (std::hash<std::string_view>()(key.name) + 0x9e3779b97f4a7c15ULL +
+                      (section << 6) + (section >> 2));
 }
 
-CFPreferenceSettingStore::IndexedSection&
-CFPreferenceSettingStore::IndexSection(CFPreferenceSectionMap::iterator section) {
-    IndexedSection& indexed = index_[section->first];
-    indexed.settings = &section->second;
-    indexed.items.reserve(section->second.size());
+void CFPreferenceSettingStore::IndexSection(CFPreferenceSectionMap::iterator section) {
     for (auto item = section->second.begin(); item != section->second.end(); ++item) {
-        indexed.items.emplace(item->first, item);
+        index_.emplace(ItemKey{section->first, item->first}, IndexedItem{item, std::next(item)});
     }
-    return indexed;
 }
 
-CFPreferenceSettingStore::IndexedSection const*
-CFPreferenceSettingStore::FindIndexed(ConstData section) const {
-    auto found = index_.find(section.view());
-    return found == index_.end() ? nullptr : &found->second;
+CFPreferenceSectionMap::iterator CFPreferenceSettingStore::SectionSlot(ConstData section) {
+    auto found = contents_.find(section.view());
+    return found != contents_.end() ? found : contents_.try_emplace(section.str()).first;
 }
 
-CFPreferenceSettingStore::IndexedSection& CFPreferenceSettingStore::SectionSlot(ConstData section) {
-    auto found = index_.find(section.view());
-    if (found != index_.end()) {
-        return found->second;
-    }
-    return IndexSection(contents_.try_emplace(section.str()).first);
-}
-
-CFPreferenceSetting& CFPreferenceSettingStore::SettingSlot(IndexedSection& section,
+CFPreferenceSetting& CFPreferenceSettingStore::SettingSlot(CFPreferenceSectionMap::iterator section,
                                                            std::string_view name) {
-    auto found = section.items.find(name);
-    if (found != section.items.end()) {
-        return found->second->second;
+    auto found = index_.find(ItemKey{section->first, name});
+    if (found != index_.end()) {
+        return found->second.item->second;
     }
-    auto item = section.settings->try_emplace(std::string(name)).first;
-    section.items.emplace(item->first, item);
+    auto item = section->second.try_emplace(std::string(name)).first;
+    index_.emplace(ItemKey{section->first, item->first}, IndexedItem{item, std::next(item)});
+    if (item != section->second.begin()) {
+        index_.at(ItemKey{section->first, std::prev(item)->first}).next = item;
+    }
     return item->second;
 }
 
 CFPreferenceSettingIterator CFPreferenceSettingStore::IteratorForSection(ConstData section) const {
-    IndexedSection const* indexed = FindIndexed(section);
-    if (indexed == nullptr) {
+    auto found = contents_.find(section.view());
+    if (found == contents_.end()) {
         return {};
     }
-    return {indexed->settings->begin(), indexed->settings->end()};
+    return {found->second.begin(), found->second.end()};
 }
 
 CFPreferenceSettingIterator CFPreferenceSettingStore::IteratorForSingleItem(ConstData section,
                                                                             ConstData name) const {
-    IndexedSection const* indexed = FindIndexed(section);
-    if (indexed == nullptr) {
+    auto found = index_.find(ItemKey{section.view(), name.view()});
+    if (found == index_.end()) {
         return {};
     }
-    auto item = indexed->items.find(name.view());
-    if (item == indexed->items.end()) {
-        return {};
-    }
-    return {item->second, std::next(item->second)};
+    return {found->second.item, found->second.next};
 }
 
 void CFPreferenceSettingStore::Set(ConstData section, ConstData name, ConstData value,
@@ -200,15 +190,11 @@ void CFPreferenceSettingStore::Set(ConstData section, ConstData name, ConstData 
 }
 
 void CFPreferenceSettingStore::Clear(ConstData section, ConstData name, Instant date) {
-    IndexedSection const* indexed = FindIndexed(section);
-    if (indexed == nullptr) {
+    auto found = index_.find(ItemKey{section.view(), name.view()});
+    if (found == index_.end() || date < found->second.item->second.Date()) {
         return;
     }
-    auto item = indexed->items.find(name.view());
-    if (item == indexed->items.end() || date < item->second->second.Date()) {
-        return;
-    }
-    item->second->second = CFPreferenceSetting(date);
+    found->second.item->second = CFPreferenceSetting(date);
     changed_ = true;
 }
 
@@ -235,10 +221,10 @@ void CFPreferenceSettingStore::ResetDates() {
 }
 
 void CFPreferenceSettingStore::RenameSection(ConstData from, ConstData to) {
-    IndexedSection const* source = FindIndexed(from);
-    if (source != nullptr) {
-        IndexedSection& target = SectionSlot(to);
-        for (auto const& [name, setting] : *source->settings) {
+    auto source = contents_.find(from.view());
+    if (source != contents_.end()) {
+        auto target = SectionSlot(to);
+        for (auto const& [name, setting] : source->second) {
             SettingSlot(target, name) = setting;
         }
     }

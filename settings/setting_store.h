@@ -138,25 +138,34 @@ public:
     bool Changed() const { return changed_; }
 
 private:
-    // A hash index over contents_ so that lookups cost no tree walk; the
-    // views and iterators stay valid because map nodes never move.
-    using SettingIndex = std::unordered_map<std::string_view, CFPreferenceSettingMap::iterator>;
-    struct IndexedSection {
-        CFPreferenceSettingMap* settings;
-        SettingIndex items;
+    // A hash index of every setting by section and name over contents_, so
+    // that a lookup costs no tree walk; the views and iterators stay valid
+    // because map nodes never move.
+    struct ItemKey {
+        std::string_view section;
+        std::string_view name;
+        friend bool operator==(ItemKey const&, ItemKey const&) = default;
     };
-    void Reindex();
-    IndexedSection& IndexSection(CFPreferenceSectionMap::iterator section);
-    IndexedSection const* FindIndexed(ConstData section) const;
+    struct ItemKeyHash {
+        std::size_t operator()(ItemKey const& key) const noexcept;
+    };
+    // A setting and the one after it in its section (kept here so that a
+    // lookup does not walk the tree to find the end of its range).
+    struct IndexedItem {
+        CFPreferenceSettingMap::iterator item;
+        CFPreferenceSettingMap::iterator next;
+    };
+    void IndexSection(CFPreferenceSectionMap::iterator section);
     // The section or setting, created (empty, or as a default setting) if absent.
-    IndexedSection& SectionSlot(ConstData section);
-    CFPreferenceSetting& SettingSlot(IndexedSection& section, std::string_view name);
+    CFPreferenceSectionMap::iterator SectionSlot(ConstData section);
+    CFPreferenceSetting& SettingSlot(CFPreferenceSectionMap::iterator section,
+                                     std::string_view name);
 
     GeneralCFPreferenceSet preferences_;
     std::string key_;
     CFPreferenceSectionMap contents_;
     bool changed_ = false;
-    std::unordered_map<std::string_view, IndexedSection> index_;
+    std::unordered_map<ItemKey, IndexedItem, ItemKeyHash> index_;
 };
 
 // The on-disk layout: section → name → {"Value", "Date"}.

@@ -109,6 +109,33 @@ TEST_F(SettingStoreTest, ClearLeavesADatedTombstone) {
     EXPECT_FALSE(store->FindItem("S", "a").Deleted());
 }
 
+TEST_F(SettingStoreTest, FindItemRangesHoldOneSettingWhateverTheInsertionOrder) {
+    auto store = NewStore();
+    std::vector<std::string> names;
+    for (char const* name : {"d", "b", "c", "a", "f", "e", "g"}) {
+        store->Set("S", name, name, At(1));
+        names.emplace_back(name);
+        for (std::string const& each : names) {
+            auto item = store->FindItem("S", std::string_view(each));
+            ASSERT_FALSE(item.AtEnd()) << each;
+            EXPECT_EQ(item.Name().str(), each);
+            ++item;
+            EXPECT_TRUE(item.AtEnd()) << each << " after inserting " << name;
+        }
+    }
+    store->Set("T", "c2", "x", At(1));
+    store->Set("T", "0", "x", At(1));
+    store->RenameSection("T", "S");
+    for (char const* each : {"0", "a", "c", "c2", "d", "g"}) {
+        auto item = store->FindItem("S", each);
+        ASSERT_FALSE(item.AtEnd()) << each;
+        ++item;
+        EXPECT_TRUE(item.AtEnd()) << each;
+    }
+    EXPECT_TRUE(store->FindItem("S", "missing").AtEnd());
+    EXPECT_TRUE(store->FindItem("Missing", "a").AtEnd());
+}
+
 TEST_F(SettingStoreTest, NamesAreOrderedAndComparedAsBytes) {
     auto store = NewStore();
     for (char const* name : {"b", "B", "a", "_", "\xc3\xa9"}) {
