@@ -1,5 +1,7 @@
 #include "platform/linux/processes.h"
 
+#include "platform/linux/descriptor.h"
+
 #include <algorithm>
 #include <array>
 #include <cerrno>
@@ -34,22 +36,6 @@ void CheckProcessList(bool holds, unsigned line, char const* condition) {
     }
 }
 
-class Descriptor {
-public:
-    explicit Descriptor(int fd) : fd_(fd) {}
-    ~Descriptor() {
-        if (fd_ >= 0) {
-            ::close(fd_);
-        }
-    }
-    Descriptor(Descriptor const&) = delete;
-    Descriptor& operator=(Descriptor const&) = delete;
-    int get() const { return fd_; }
-
-private:
-    int fd_;
-};
-
 class Directory {
 public:
     explicit Directory(char const* path) : directory_(::opendir(path)) {}
@@ -69,7 +55,7 @@ private:
 // Reads one process's stat file relative to a directory (the process
 // directory, or the working directory for a full path).
 bool ReadStat(int directory, char const* path, kinfo_proc& record) {
-    Descriptor file(::openat(directory, path, O_RDONLY | O_CLOEXEC));
+    platform::Descriptor file(::openat(directory, path, O_RDONLY | O_CLOEXEC));
     if (file.get() < 0) {
         return false; // the process has exited
     }

@@ -1,5 +1,7 @@
 #include "platform/linux/system_info.h"
 
+#include "platform/linux/descriptor.h"
+
 #include <array>
 #include <cerrno>
 #include <charconv>
@@ -18,27 +20,10 @@ constexpr char kCpuInfoPath[] = "/proc/cpuinfo";
 constexpr char kMemInfoPath[] = "/proc/meminfo";
 constexpr char kMaxFrequencyPath[] = "/sys/devices/system/cpu/cpu0/cpufreq/cpuinfo_max_freq";
 
-// Closes a descriptor once.
-class FileDescriptor {
-public:
-    explicit FileDescriptor(int fd) : fd_(fd) {}
-    ~FileDescriptor() {
-        if (fd_ >= 0) {
-            ::close(fd_);
-        }
-    }
-    FileDescriptor(FileDescriptor const&) = delete;
-    FileDescriptor& operator=(FileDescriptor const&) = delete;
-    int get() const { return fd_; }
-
-private:
-    int fd_;
-};
-
 // The whole of a small text file (proc files report no size, so read to the
 // end); nullopt when it cannot be opened or read.
 std::optional<std::string> ReadWholeFile(char const* path) {
-    FileDescriptor file(::open(path, O_RDONLY | O_CLOEXEC));
+    Descriptor file(::open(path, O_RDONLY | O_CLOEXEC));
     if (file.get() < 0) {
         return std::nullopt;
     }
