@@ -32,7 +32,9 @@ public:
 // Thrown by Check_For_Inspector_Interruption when the host's budget is spent.
 class EvaluationInterrupted : public DebuggableException {
 public:
-    const char* what() const noexcept override { return "EvaluationInterrupted"; }
+    const char* what() const noexcept override {
+        return "the evaluation ran past its time or step budget";
+    }
 };
 
 // Integer or time-interval division (or mod) by zero.

@@ -167,6 +167,10 @@ void Expression::evaluate(EvaluationOptions const& options,
         detail::nonexistent();
     } catch (DebuggableException const& e) {
         detail::evaluationError(describe(e));
+    } catch (std::exception const& e) {
+        // Not one of the inspector classes, but the host still gets an error
+        // that names it rather than an exception it cannot expect.
+        detail::evaluationError(demangled(typeid(e)) + ": " + e.what());
     }
 }
 

@@ -50,7 +50,7 @@ TEST_F(Evaluation, SingularExpressionsNeedExactlyOneValue) {
 
 TEST_F(Evaluation, IteratorStateIsDestroyedWhenEvaluationStopsEarly) {
     EXPECT_EQ(failure("number of ticks (-1)", {nullptr, Budget{{}, 1000}}),
-              "0: EvaluationInterrupted");
+              "0: EvaluationInterrupted: the evaluation ran past its time or step budget");
     EXPECT_EQ(counters.constructed, 1);
     EXPECT_EQ(counters.destroyed, 1);
 
@@ -75,7 +75,7 @@ TEST_F(Evaluation, IteratorStateIsDestroyedWhenEvaluationStopsEarly) {
 TEST_F(Evaluation, TimeBudgetStopsAnEndlessIteration) {
     Budget budget{std::chrono::milliseconds(20), 0};
     auto start = std::chrono::steady_clock::now();
-    EXPECT_EQ(failure("number of ticks (-1)", {nullptr, budget}), "0: EvaluationInterrupted");
+    EXPECT_EQ(failure("number of ticks (-1)", {nullptr, budget}), "0: EvaluationInterrupted: the evaluation ran past its time or step budget");
     EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(5));
 }
 

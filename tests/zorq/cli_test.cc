@@ -257,14 +257,16 @@ TEST(ZorqCli, BudgetsStopLongEvaluations) {
     EXPECT_EQ(enoughSteps.out, "A: 2000\n");
     auto const fewSteps = zorq({"--no-plugin", "--max-steps", "100", "-f", "-"}, shortList);
     EXPECT_EQ(fewSteps.status, 1);
-    EXPECT_EQ(fewSteps.out, "E: EvaluationInterrupted\n");
+    EXPECT_EQ(fewSteps.out,
+              "E: EvaluationInterrupted: the evaluation ran past its time or step budget\n");
 
     auto const longList = countFieldsOfLongString(1000000);
     auto const enoughTime = zorq({"--no-plugin", "--max-time", "60000", "-f", "-"}, longList);
     EXPECT_EQ(enoughTime.out, "A: 1000000\n");
     auto const littleTime = zorq({"--no-plugin", "--max-time", "1", "-f", "-"}, longList);
     EXPECT_EQ(littleTime.status, 1);
-    EXPECT_EQ(littleTime.out, "E: EvaluationInterrupted\n");
+    EXPECT_EQ(littleTime.out,
+              "E: EvaluationInterrupted: the evaluation ran past its time or step budget\n");
 }
 
 } // namespace
