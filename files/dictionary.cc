@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <limits>
 #include <memory>
+#include <vector>
 
 #include <plist/plist.h>
 
@@ -93,27 +94,116 @@ std::size_t Occurrences(std::string_view text, std::string_view word) {
     return count;
 }
 
-// The arrays, sets and dictionaries among a binary property list's objects;
-// none when its trailer or offset table does not fit in the bytes.
-std::optional<std::size_t> BinaryContainers(ConstData bytes) {
+// The object table of a binary property list, as its trailer describes it.
+struct BinaryTable {
+    ConstData bytes;
+    std::size_t room;     // bytes before the trailer
+    std::size_t width;    // of an offset
+    std::size_t refWidth; // of an object reference
+    std::uint64_t objects;
+    std::uint64_t table; // where the offsets start
+};
+
+// None when the trailer or the offset table does not fit in the bytes.
+std::optional<BinaryTable> ReadTrailer(ConstData bytes) {
     constexpr std::size_t kTrailer = 32;
-    std::size_t const length = bytes.Length();
-    if (length < 8 + kTrailer) {
+    if (bytes.Length() < 8 + kTrailer) {
         return std::nullopt;
     }
-    unsigned char const* trailer = bytes.begin() + length - kTrailer;
-    std::size_t const width = trailer[6];
-    std::uint64_t const objects = BigEndian(trailer + 8, 8);
-    std::uint64_t const table = BigEndian(trailer + 24, 8);
-    std::size_t const tableRoom = length - kTrailer;
-    if (width < 1 || width > 8 || table > tableRoom || objects > (tableRoom - table) / width) {
+    unsigned char const* trailer = bytes.end() - kTrailer;
+    BinaryTable t{bytes,      bytes.Length() - kTrailer, trailer[6],
+                  trailer[7], BigEndian(trailer + 8, 8), BigEndian(trailer + 24, 8)};
+    bool fits = t.width >= 1 && t.width <= 8 && t.refWidth >= 1 && t.refWidth <= 8 &&
+                t.table <= t.room && t.objects <= (t.room - t.table) / t.width;
+    return fits ? std::optional<BinaryTable>(t) : std::nullopt;
+}
+
+std::optional<std::size_t> ObjectOffset(BinaryTable const& t, std::uint64_t index) {
+    if (index >= t.objects) {
         return std::nullopt;
+    }
+    std::uint64_t offset = BigEndian(t.bytes.begin() + t.table + index * t.width, t.width);
+    return offset < t.room ? std::optional<std::size_t>(offset) : std::nullopt;
+}
+
+// The element count of the object at `at` and where its payload starts.
+std::optional<std::pair<std::uint64_t, std::size_t>> CountAt(BinaryTable const& t, std::size_t at) {
+    unsigned char const* bytes = t.bytes.begin();
+    std::uint64_t count = bytes[at] & 0xF;
+    std::size_t payload = at + 1;
+    if (count == 0xF) {
+        if (payload >= t.room || bytes[payload] >> 4 != 0x1) {
+            return std::nullopt;
+        }
+        std::size_t size = std::size_t(1) << (bytes[payload] & 0x3);
+        if (payload + 1 + size > t.room) {
+            return std::nullopt;
+        }
+        count = BigEndian(bytes + payload + 1, size);
+        payload += 1 + size;
+    }
+    return std::pair(count, payload);
+}
+
+// Whether the object at `at` is a string without NUL characters, the only
+// kind of dictionary key libplist can hand out (its key accessor asserts
+// that a key's length is that of a C string).
+bool IsPlainString(BinaryTable const& t, std::size_t at) {
+    unsigned kind = t.bytes.begin()[at] >> 4;
+    auto counted = CountAt(t, at);
+    if ((kind != 0x5 && kind != 0x6) || !counted) {
+        return false;
+    }
+    auto [count, payload] = *counted;
+    std::uint64_t unit = kind == 0x6 ? 2 : 1;
+    if (count > (t.room - payload) / unit) {
+        return false;
+    }
+    for (std::uint64_t i = 0; i < count; ++i) {
+        unsigned char const* character = t.bytes.begin() + payload + i * unit;
+        if (character[0] == 0 && (unit == 1 || character[1] == 0)) {
+            return false;
+        }
+    }
+    return true;
+}
+
+bool HasPlainKeys(BinaryTable const& t, std::size_t at, std::vector<bool> const& plain) {
+    auto counted = CountAt(t, at);
+    if (!counted || counted->first > (t.room - counted->second) / t.refWidth) {
+        return false;
+    }
+    auto [count, payload] = *counted;
+    for (std::uint64_t i = 0; i < count; ++i) {
+        std::uint64_t key = BigEndian(t.bytes.begin() + payload + i * t.refWidth, t.refWidth);
+        if (key >= plain.size() || !plain[key]) {
+            return false;
+        }
+    }
+    return true;
+}
+
+// The arrays, sets and dictionaries among a binary property list's objects;
+// none when the table does not fit or a dictionary has a key that is no
+// plain string.
+std::optional<std::size_t> BinaryContainers(ConstData bytes) {
+    auto t = ReadTrailer(bytes);
+    if (!t) {
+        return std::nullopt;
+    }
+    std::vector<std::optional<std::size_t>> offsets(t->objects);
+    std::vector<bool> plain(t->objects);
+    for (std::uint64_t i = 0; i < t->objects; ++i) {
+        offsets[i] = ObjectOffset(*t, i);
+        plain[i] = offsets[i] && IsPlainString(*t, *offsets[i]);
     }
     std::size_t containers = 0;
-    for (std::uint64_t i = 0; i < objects; ++i) {
-        std::uint64_t offset = BigEndian(bytes.begin() + table + i * width, width);
-        unsigned marker = offset < tableRoom ? bytes.begin()[offset] >> 4 : 0;
-        containers += marker == 0xA || marker == 0xC || marker == 0xD;
+    for (auto const& at : offsets) {
+        unsigned kind = at ? bytes.begin()[*at] >> 4 : 0;
+        if (kind == 0xD && !HasPlainKeys(*t, *at, plain)) {
+            return std::nullopt;
+        }
+        containers += kind == 0xA || kind == 0xC || kind == 0xD;
     }
     return containers;
 }

@@ -174,6 +174,37 @@ TEST(PropertyListDictionary, DeepNestingIsRefusedBeforeItCanExhaustTheStack) {
     EXPECT_FALSE(Parse(truncatedTrailer.substr(0, truncatedTrailer.size() - 5)).has_value());
 }
 
+// A binary property list of one dictionary whose one key is `keyObject`
+// (marker and payload) and whose value is the string "v".
+std::string BinaryDictionaryWithKey(std::string const& keyObject) {
+    std::string bytes = "bplist00";
+    std::string offsets;
+    offsets += static_cast<char>(bytes.size());
+    bytes += "\xD1\x01\x02";
+    offsets += static_cast<char>(bytes.size());
+    bytes += keyObject;
+    offsets += static_cast<char>(bytes.size());
+    bytes += "\x51v";
+    std::size_t table = bytes.size();
+    bytes += offsets + std::string(6, '\0') + "\x01\x01" + std::string(7, '\0') + "\x03" +
+             std::string(16, '\0');
+    bytes[bytes.size() - 1] = static_cast<char>(table);
+    return bytes;
+}
+
+TEST(PropertyListDictionary, BinaryKeysMustBePlainStrings) {
+    auto good = Parse(BinaryDictionaryWithKey("\x52ok"));
+    ASSERT_TRUE(good.has_value());
+    EXPECT_EQ(good->FindString("ok"), "v");
+    auto wide = Parse(BinaryDictionaryWithKey(std::string("\x62\x00o\x00k", 5)));
+    ASSERT_TRUE(wide.has_value());
+    EXPECT_EQ(wide->FindString("ok"), "v");
+    EXPECT_FALSE(Parse(BinaryDictionaryWithKey(std::string("\x52o\x00", 3))).has_value());
+    EXPECT_FALSE(Parse(BinaryDictionaryWithKey(std::string("\x62\x00o\x00\x00", 5))).has_value());
+    EXPECT_FALSE(Parse(BinaryDictionaryWithKey("\x10\x05")).has_value());
+    EXPECT_FALSE(Parse(BinaryDictionaryWithKey("\x5Fok")).has_value());
+}
+
 TEST(OSXDictionary, SetReplacesAndKeepsKeysInOrder) {
     OSXDictionary dictionary;
     dictionary.Set("b", DictionaryValue::String("1"));
