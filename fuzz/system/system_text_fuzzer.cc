@@ -17,6 +17,7 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
         __builtin_trap(); // the name must stay terminated
     }
     platform::IsProcessId(text);
+    platform::ParseSchedulingEntities(text);
 
     platform::ParseOsRelease(text);
     platform::OsReleaseValue(text, "NAME");

@@ -28,6 +28,8 @@ constexpr std::size_t kStatPathSize = 16;
 // The id, the name and its parentheses fit well within this; the fields
 // after the name hold no ")", so the last one read still ends the name.
 constexpr std::size_t kStatPrefixSize = 128;
+// Five load figures and counts fit well within this.
+constexpr std::size_t kLoadAverageSize = 128;
 
 void CheckProcessList(bool holds, unsigned line, char const* condition) {
     if (!holds) {
@@ -83,6 +85,10 @@ namespace platform {
 ProcDirectoryTable::ProcDirectoryTable(std::string root) : root_(std::move(root)) {}
 
 int ProcDirectoryTable::TableSize(std::size_t& records) {
+    if (std::optional<std::size_t> entities = SchedulingEntities(); entities) {
+        records = *entities + kSlackRecords;
+        return 0;
+    }
     Directory proc(root_.c_str());
     if (!proc.get()) {
         return errno;
@@ -93,6 +99,20 @@ int ProcDirectoryTable::TableSize(std::size_t& records) {
         records += IsProcessId(entry->d_name);
     }
     return errno;
+}
+
+std::optional<std::size_t> ProcDirectoryTable::SchedulingEntities() const {
+    std::string const path = root_ + "/loadavg";
+    platform::Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
+    if (file.get() < 0) {
+        return std::nullopt;
+    }
+    char text[kLoadAverageSize];
+    ssize_t const length = ::read(file.get(), text, sizeof text);
+    if (length <= 0) {
+        return std::nullopt;
+    }
+    return ParseSchedulingEntities(std::string_view(text, static_cast<std::size_t>(length)));
 }
 
 int ProcDirectoryTable::ReadTable(kinfo_proc* records, std::size_t room, std::size_t& count) {
@@ -136,6 +156,30 @@ ScopedProcessTableSource::ScopedProcessTableSource(ProcessTableSource& source)
 
 ScopedProcessTableSource::~ScopedProcessTableSource() {
     gInstalled = previous_;
+}
+
+std::optional<std::size_t> ParseSchedulingEntities(std::string_view text) {
+    // "0.52 0.58 0.59 2/170 12345": the fourth field is running/total.
+    std::size_t field = 0;
+    for (int skip = 0; skip < 3; ++skip) {
+        field = text.find(' ', field);
+        if (field == std::string_view::npos) {
+            return std::nullopt;
+        }
+        ++field;
+    }
+    std::size_t const slash = text.find('/', field);
+    if (slash == std::string_view::npos) {
+        return std::nullopt;
+    }
+    std::string_view const rest = text.substr(slash + 1);
+    std::size_t total = 0;
+    auto const [end, error] = std::from_chars(rest.data(), rest.data() + rest.size(), total);
+    if (error != std::errc() || end == rest.data() ||
+        (end != rest.data() + rest.size() && *end != ' ')) {
+        return std::nullopt;
+    }
+    return total;
 }
 
 bool IsProcessId(std::string_view name) {

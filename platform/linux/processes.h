@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -47,7 +48,8 @@ public:
 };
 
 // The table as a proc file system shows it: one directory per process,
-// named by its id, each with a stat file. A process that ends between the
+// named by its id, each with a stat file; sized from loadavg when there is
+// one, else by counting the directories. A process that ends between the
 // listing and the reading of its file is left out, as is any entry that is
 // not a process id or whose stat file does not read as one.
 class ProcDirectoryTable final : public ProcessTableSource {
@@ -58,6 +60,10 @@ public:
     bool ReadProcess(std::uint32_t pid, kinfo_proc& record) override;
 
 private:
+    // The kernel's count of scheduling entities (threads) from loadavg:
+    // every process has at least one, so it bounds the table without
+    // listing it. nullopt when there is no such file.
+    std::optional<std::size_t> SchedulingEntities() const;
     std::string root_;
 };
 
@@ -80,6 +86,9 @@ private:
 // name may hold spaces and parentheses; it ends at the last ")"). A name
 // longer than the record holds is cut. False for any other text.
 bool ParseProcessStat(std::string_view text, kinfo_proc& record);
+
+// The total of "running/total" in the fourth field of loadavg text.
+std::optional<std::size_t> ParseSchedulingEntities(std::string_view text);
 
 // A /proc entry name that is a process id: decimal digits only, no leading
 // zero, within the id range.

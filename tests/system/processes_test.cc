@@ -277,6 +277,33 @@ TEST(ProcDirectoryTable, ListsProcessesAndSkipsEverythingElse) {
     EXPECT_EQ(missing.ReadTable(records.data(), room, count), ENOENT);
 }
 
+TEST(ProcDirectoryTable, IsSizedFromTheSchedulingEntitiesWhenTheKernelCountsThem) {
+    FakeProcDirectory proc;
+    proc.Entry("1", "1 (init) S 0 1 1");
+    platform::ProcDirectoryTable table(proc.root());
+    std::size_t counted = 0;
+    ASSERT_EQ(table.TableSize(counted), 0);
+
+    std::ofstream(proc.root() + "/loadavg") << "0.52 0.58 0.59 2/170 12345\n";
+    std::size_t sized = 0;
+    ASSERT_EQ(table.TableSize(sized), 0);
+    EXPECT_EQ(sized, counted - 1 + 170);
+
+    std::ofstream(proc.root() + "/loadavg") << "not a load average\n";
+    ASSERT_EQ(table.TableSize(sized), 0);
+    EXPECT_EQ(sized, counted);
+}
+
+TEST(LoadAverageText, TheTotalOfTheFourthField) {
+    EXPECT_EQ(platform::ParseSchedulingEntities("0.52 0.58 0.59 2/170 12345\n"), 170u);
+    EXPECT_EQ(platform::ParseSchedulingEntities("0 0 0 1/1"), 1u);
+    for (char const* bad : {"", "0.52 0.58 0.59", "0.52 0.58 0.59 2/ 1", "0.52 0.58 0.59 2/x 1",
+                            "0.52 0.58 0.59 2-170 1", "0.52 0.58 0.59 2/170x 1",
+                            "0.52 0.58 0.59 2/99999999999999999999999 1"}) {
+        EXPECT_EQ(platform::ParseSchedulingEntities(bad), std::nullopt) << bad;
+    }
+}
+
 TEST(ProcDirectoryTable, AnIdWhoseFileNamesAnotherProcessIsNotThatProcess) {
     FakeProcDirectory proc;
     proc.Entry("20", "21 (other) S 0 21 21");
