@@ -61,7 +61,7 @@ DictionaryValue ValueOf(plist_t node) {
 }
 
 OSXDictionary DictionaryOf(plist_t dict) {
-    OSXDictionary dictionary;
+    std::vector<OSXDictionary::Entry> entries;
     plist_dict_iter rawIterator = nullptr;
     plist_dict_new_iter(dict, &rawIterator);
     AutoMalloc iterator(rawIterator);
@@ -71,9 +71,9 @@ OSXDictionary DictionaryOf(plist_t dict) {
         plist_dict_next_item(dict, rawIterator, &rawKey, &node);
         AutoMalloc key(rawKey);
         if (!node || !rawKey) {
-            return dictionary;
+            return OSXDictionary(std::move(entries));
         }
-        dictionary.Set(rawKey, ValueOf(node));
+        entries.emplace_back(rawKey, ValueOf(node));
     }
 }
 
@@ -236,6 +236,15 @@ DictionaryValue DictionaryValue::Integer(std::int64_t number) {
     value.integer = number;
     value.text = std::to_string(number);
     return value;
+}
+
+OSXDictionary::OSXDictionary(std::vector<Entry> entries) : entries_(std::move(entries)) {
+    auto byKey = [](Entry const& a, Entry const& b) { return a.first < b.first; };
+    std::stable_sort(entries_.begin(), entries_.end(), byKey);
+    // Keeps the last of each run of equal keys.
+    auto last = std::unique(entries_.rbegin(), entries_.rend(),
+                            [](Entry const& a, Entry const& b) { return a.first == b.first; });
+    entries_.erase(entries_.begin(), last.base());
 }
 
 void OSXDictionary::Set(std::string key, DictionaryValue value) {

@@ -27,6 +27,10 @@ class OSXDictionary {
 public:
     using Entry = std::pair<std::string, DictionaryValue>;
 
+    OSXDictionary() = default;
+    // Of a key given more than once, the last value counts.
+    explicit OSXDictionary(std::vector<Entry> entries);
+
     // Adds or replaces the value of `key`.
     void Set(std::string key, DictionaryValue value);
     DictionaryValue const* Find(std::string_view key) const;

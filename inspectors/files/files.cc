@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <string_view>
+#include <type_traits>
 
 #include "evaluator/errors.h"
 #include "framework/memory.h"

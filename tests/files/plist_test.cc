@@ -205,6 +205,20 @@ TEST(PropertyListDictionary, BinaryKeysMustBePlainStrings) {
     EXPECT_FALSE(Parse(BinaryDictionaryWithKey("\x5Fok")).has_value());
 }
 
+TEST(OSXDictionary, FromEntriesSortsAndKeepsTheLastOfEachKey) {
+    std::vector<OSXDictionary::Entry> entries;
+    for (int i = 5; i >= 0; --i) {
+        entries.emplace_back("k" + std::to_string(i % 3), DictionaryValue::Integer(i));
+    }
+    OSXDictionary dictionary(std::move(entries));
+    ASSERT_EQ(dictionary.Entries().size(), 3u);
+    EXPECT_EQ(dictionary.Entries()[0].first, "k0");
+    EXPECT_EQ(dictionary.Find("k0")->integer, 0);
+    EXPECT_EQ(dictionary.Find("k1")->integer, 1);
+    EXPECT_EQ(dictionary.Find("k2")->integer, 2);
+    EXPECT_TRUE(OSXDictionary(std::vector<OSXDictionary::Entry>()).empty());
+}
+
 TEST(OSXDictionary, SetReplacesAndKeepsKeysInOrder) {
     OSXDictionary dictionary;
     dictionary.Set("b", DictionaryValue::String("1"));
