@@ -72,6 +72,8 @@ PreferenceDomain& PreferenceDomainFor(std::string const& applicationId);
 std::filesystem::path PreferencesFolder();
 // Synchronises and forgets every open domain, so that later reads come from
 // the new folder; an empty folder goes back to the variable or the default.
+// A store keeps its contents, and its later writes go to the new folder: set
+// the folder before the stores are first used.
 // Returns false when some pending value could not be written
 // (it is then reported on stderr and dropped).
 bool SetPreferencesFolder(std::filesystem::path folder);

@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <limits>
 #include <optional>
+#include <vector>
 
 AutoCFPropertyList& AutoCFPropertyList::operator=(AutoCFPropertyList&& other) noexcept {
     if (this != &other) {
@@ -99,15 +100,16 @@ void FixDateAt(unsigned char* object) {
     WriteBigEndian(object + 1, std::bit_cast<std::uint64_t>(DateThatReadsBackExactly(stored)));
 }
 
-// Where a string object's characters start and how many there are; the
-// count follows the marker, or an integer object when the marker says 0xF.
-struct StringExtent {
+// Where the characters of a string (or the references of a container) start
+// and how many there are; the count follows the marker, or an integer
+// object when the marker says 0xF.
+struct CountedExtent {
     std::uint64_t start;
     std::uint64_t count;
 };
 
-std::optional<StringExtent> ExtentOf(unsigned char const* data, std::uint64_t offset,
-                                     std::uint64_t limit) {
+std::optional<CountedExtent> ExtentOf(unsigned char const* data, std::uint64_t offset,
+                                      std::uint64_t limit) {
     std::uint64_t count = data[offset] & 0x0f;
     std::uint64_t start = offset + 1;
     if (count == 0x0f) {
@@ -121,13 +123,13 @@ std::optional<StringExtent> ExtentOf(unsigned char const* data, std::uint64_t of
         count = ReadBigEndian(data + start + 1, size);
         start += 1 + size;
     }
-    return StringExtent{start, count};
+    return CountedExtent{start, count};
 }
 
 // libplist aborts on a dictionary key that holds a NUL character.
 bool HoldsNul(unsigned char const* data, std::uint64_t offset, std::uint64_t limit) {
     unsigned char kind = data[offset] & 0xf0;
-    std::optional<StringExtent> extent = ExtentOf(data, offset, limit);
+    std::optional<CountedExtent> extent = ExtentOf(data, offset, limit);
     if (!extent || extent->start > limit) {
         return false; // malformed: libplist refuses it
     }
@@ -139,6 +141,124 @@ bool HoldsNul(unsigned char const* data, std::uint64_t offset, std::uint64_t lim
         }
     }
     return false;
+}
+
+// libplist parses recursively and copies a shared object at every reference,
+// so a small hostile file could exhaust the stack or the memory. Files nested
+// deeper than this, or that expand to more objects, are refused.
+constexpr std::uint64_t kMaxNesting = 512;
+constexpr std::uint64_t kMaxExpandedObjects = 50000000;
+constexpr unsigned char kArrayMarker = 0xa0;
+constexpr unsigned char kSetMarker = 0xc0;
+constexpr unsigned char kDictMarker = 0xd0;
+
+struct BinaryLayout {
+    unsigned char const* data;
+    std::uint64_t tableStart;
+    std::size_t offsetSize;
+    std::size_t refSize;
+    std::uint64_t objectCount;
+
+    std::uint64_t OffsetOf(std::uint64_t index) const {
+        return ReadBigEndian(data + tableStart + index * offsetSize, offsetSize);
+    }
+};
+
+// One container on the walk: where its references are and which is next.
+struct Frame {
+    std::uint64_t index;
+    std::uint64_t refsStart;
+    std::uint64_t refCount;
+    std::uint64_t next;
+    std::uint64_t objects;
+};
+
+// The references of a container object (keys and values for a dictionary);
+// none for other objects and for references that run out of the data.
+Frame FrameFor(BinaryLayout const& layout, std::uint64_t index) {
+    Frame frame{index, 0, 0, 0, 1};
+    std::uint64_t offset = layout.OffsetOf(index);
+    if (offset < kBinaryMagic.size() || offset >= layout.tableStart) {
+        return frame;
+    }
+    unsigned char kind = layout.data[offset] & 0xf0;
+    if (kind != kArrayMarker && kind != kSetMarker && kind != kDictMarker) {
+        return frame;
+    }
+    std::optional<CountedExtent> extent = ExtentOf(layout.data, offset, layout.tableStart);
+    std::uint64_t perEntry = kind == kDictMarker ? 2 : 1;
+    if (!extent || extent->start > layout.tableStart ||
+        extent->count > (layout.tableStart - extent->start) / layout.refSize / perEntry) {
+        return frame;
+    }
+    frame.refsStart = extent->start;
+    frame.refCount = extent->count * perEntry;
+    return frame;
+}
+
+// Walks the objects reachable from the top one without recursion, counting
+// each as often as libplist would copy it.
+void CheckBinaryShape(BinaryLayout const& layout, std::uint64_t top) {
+    enum class State : unsigned char { New, Open, Done };
+    std::vector<State> state(layout.objectCount, State::New);
+    std::vector<std::uint64_t> expanded(layout.objectCount, 1);
+    std::vector<Frame> stack{FrameFor(layout, top)};
+    state[top] = State::Open;
+    while (!stack.empty()) {
+        Frame& frame = stack.back();
+        if (frame.next == frame.refCount) {
+            std::uint64_t objects = frame.objects;
+            state[frame.index] = State::Done;
+            expanded[frame.index] = objects;
+            stack.pop_back();
+            if (!stack.empty()) {
+                stack.back().objects += objects;
+                if (stack.back().objects > kMaxExpandedObjects) {
+                    throw PropertyListParseError("property list expands to too many objects");
+                }
+            }
+            continue;
+        }
+        std::uint64_t child = ReadBigEndian(
+            layout.data + frame.refsStart + frame.next * layout.refSize, layout.refSize);
+        ++frame.next;
+        if (child >= layout.objectCount) {
+            continue; // libplist refuses it
+        }
+        if (state[child] == State::Open) {
+            throw PropertyListParseError("property list refers to itself");
+        }
+        if (state[child] == State::Done) {
+            frame.objects += expanded[child];
+            continue;
+        }
+        if (stack.size() >= kMaxNesting) {
+            throw PropertyListParseError("property list nested too deeply");
+        }
+        state[child] = State::Open;
+        stack.push_back(FrameFor(layout, child));
+    }
+}
+
+// Nesting of <array> and <dict> in XML text, counted from the tags alone.
+void CheckXmlNesting(std::string_view text) {
+    std::uint64_t depth = 0;
+    for (std::size_t at = text.find('<'); at != std::string_view::npos;
+         at = text.find('<', at + 1)) {
+        std::string_view tag = text.substr(at + 1);
+        bool closing = tag.starts_with('/');
+        std::string_view name = closing ? tag.substr(1) : tag;
+        if (!name.starts_with("array") && !name.starts_with("dict")) {
+            continue;
+        }
+        std::size_t end = tag.find('>');
+        bool empty = end != std::string_view::npos && end > 0 && tag[end - 1] == '/';
+        if (closing) {
+            depth -= depth > 0 ? 1 : 0;
+        } else if (!empty && ++depth > kMaxNesting) {
+            throw PropertyListParseError("property list nested too deeply");
+        }
+    }
 }
 
 // Walks the offset table of a binary property list: fixes every date object
@@ -159,9 +279,12 @@ void PrepareBinary(std::string& bytes) {
         objectCount > (tableLimit - tableStart) / offsetSize) {
         return;
     }
-    auto offsetOf = [&](std::uint64_t i) {
-        return ReadBigEndian(data + tableStart + i * offsetSize, offsetSize);
-    };
+    BinaryLayout layout{data, tableStart, offsetSize, trailer[7], objectCount};
+    std::uint64_t top = ReadBigEndian(trailer + 16, 8);
+    if (layout.refSize < 1 || layout.refSize > 8 || top >= objectCount) {
+        return;
+    }
+    auto offsetOf = [&](std::uint64_t i) { return layout.OffsetOf(i); };
     // Objects may overlap in a hostile file, so every date is fixed before
     // any string is checked.
     for (std::uint64_t i = 0; i < objectCount; ++i) {
@@ -182,6 +305,7 @@ void PrepareBinary(std::string& bytes) {
             throw PropertyListParseError("a string holds a NUL character");
         }
     }
+    CheckBinaryShape(layout, top);
 }
 
 // Length of the UTF-8 sequence that starts with lead, 0 when it cannot start one.
@@ -225,6 +349,9 @@ AutoCFPropertyList ParsePropertyList(std::string& bytes) {
         throw PropertyListParseError("property list larger than 4 GiB");
     }
     PrepareBinary(bytes);
+    if (!std::string_view(bytes).starts_with(kBinaryMagic)) {
+        CheckXmlNesting(bytes);
+    }
     plist_t tree = nullptr;
     plist_from_memory(bytes.data(), static_cast<std::uint32_t>(bytes.size()), &tree);
     if (tree == nullptr) {
