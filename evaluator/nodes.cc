@@ -440,11 +440,6 @@ StreamPtr WhoseNode::open(Runtime& runtime) const {
     });
 }
 
-Ref WhoseNode::one(Runtime& runtime) const {
-    Ref value = source_->one(runtime);
-    return value && keep(runtime, value) ? value : Ref();
-}
-
 StreamPtr MapNode::open(Runtime& runtime) const {
     return flatStream(
         source_->open(runtime), [this, &runtime](Ref const&) { return body_->open(runtime); },

@@ -189,8 +189,8 @@ class WhoseNode : public Node {
 public:
     WhoseNode(NodePtr source, NodePtr condition, int slot)
         : source_(std::move(source)), condition_(std::move(condition)), slot_(slot) {}
+    // one() is the stream's: uniqueness is judged after filtering.
     StreamPtr open(Runtime& runtime) const override;
-    Ref one(Runtime& runtime) const override;
     bool keep(Runtime& runtime, Ref const& value) const;
 
 private:

@@ -81,6 +81,10 @@ TEST_F(Binding, WhoseAndOfBindItToTheInnermostValue) {
               (std::vector<std::string>{"1, 1", "2, 2"}));
     EXPECT_EQ(answers("(ticks 3) whose (exists (ticks it) whose (it = 2))"),
               (std::vector<std::string>{"2", "3"}));
+    // A singular phrase with whose needs exactly one value after filtering.
+    EXPECT_EQ(answer("tick 3 whose (it = 2)"), "2");
+    EXPECT_EQ(failure("tick 3 whose (it > 1)"),
+              "0: Singular expression refers to non-unique object.");
     EXPECT_EQ(answers("(it whose (it > 1)) of (1;2;3)"), (std::vector<std::string>{"2", "3"}));
     EXPECT_EQ(failure("5 whose (it > 10)"), "0: Singular expression refers to nonexistent object.");
     EXPECT_EQ(answer("\"abc\" whose (it starts with \"a\")"), "abc");
