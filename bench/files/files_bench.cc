@@ -101,8 +101,8 @@ void BM_OpensslDgstSha1(benchmark::State& state) {
     char const* argv[] = {"openssl", "dgst", "-sha1", path.c_str(), nullptr};
     for (auto _ : state) {
         pid_t child = 0;
-        if (posix_spawnp(&child, "openssl", &actions, nullptr, const_cast<char**>(argv),
-                         environ) != 0) {
+        if (posix_spawnp(&child, "openssl", &actions, nullptr, const_cast<char**>(argv), environ) !=
+            0) {
             state.SkipWithError("cannot run openssl");
             break;
         }
