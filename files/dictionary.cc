@@ -101,6 +101,7 @@ struct BinaryTable {
     std::size_t width;    // of an offset
     std::size_t refWidth; // of an object reference
     std::uint64_t objects;
+    std::uint64_t top;   // the object at the top level
     std::uint64_t table; // where the offsets start
 };
 
@@ -111,8 +112,13 @@ std::optional<BinaryTable> ReadTrailer(ConstData bytes) {
         return std::nullopt;
     }
     unsigned char const* trailer = bytes.end() - kTrailer;
-    BinaryTable t{bytes,      bytes.Length() - kTrailer, trailer[6],
-                  trailer[7], BigEndian(trailer + 8, 8), BigEndian(trailer + 24, 8)};
+    BinaryTable t{bytes,
+                  bytes.Length() - kTrailer,
+                  trailer[6],
+                  trailer[7],
+                  BigEndian(trailer + 8, 8),
+                  BigEndian(trailer + 16, 8),
+                  BigEndian(trailer + 24, 8)};
     bool fits = t.width >= 1 && t.width <= 8 && t.refWidth >= 1 && t.refWidth <= 8 &&
                 t.table <= t.room && t.objects <= (t.room - t.table) / t.width;
     return fits ? std::optional<BinaryTable>(t) : std::nullopt;
@@ -168,55 +174,137 @@ bool IsPlainString(BinaryTable const& t, std::size_t at) {
     return true;
 }
 
-bool HasPlainKeys(BinaryTable const& t, std::size_t at, std::vector<bool> const& plain) {
-    auto counted = CountAt(t, at);
-    if (!counted || counted->first > (t.room - counted->second) / t.refWidth) {
-        return false;
-    }
-    auto [count, payload] = *counted;
-    for (std::uint64_t i = 0; i < count; ++i) {
-        std::uint64_t key = BigEndian(t.bytes.begin() + payload + i * t.refWidth, t.refWidth);
-        if (key >= plain.size() || !plain[key]) {
-            return false;
+// The object table of a binary property list checked for what would make
+// libplist abort, recurse too deeply or build too much.
+class BinaryShape {
+public:
+    explicit BinaryShape(BinaryTable const& t)
+        : t_(t), offsets_(t.objects), plain_(t.objects), expanded_(t.objects), active_(t.objects) {
+        for (std::uint64_t i = 0; i < t.objects; ++i) {
+            offsets_[i] = ObjectOffset(t, i);
+            plain_[i] = offsets_[i] && IsPlainString(t, *offsets_[i]);
         }
     }
-    return true;
-}
 
-// The arrays, sets and dictionaries among a binary property list's objects;
-// none when the table does not fit or a dictionary has a key that is no
-// plain string.
-std::optional<std::size_t> BinaryContainers(ConstData bytes) {
-    auto t = ReadTrailer(bytes);
-    if (!t) {
-        return std::nullopt;
+    // Arrays, sets and dictionaries; none when a dictionary has a key that
+    // is no plain string.
+    std::optional<std::size_t> Containers() const {
+        std::size_t containers = 0;
+        for (std::uint64_t i = 0; i < t_.objects; ++i) {
+            unsigned kind = KindOf(i);
+            if (kind == 0xD && !HasPlainKeys(*offsets_[i])) {
+                return std::nullopt;
+            }
+            containers += IsContainer(kind);
+        }
+        return containers;
     }
-    std::vector<std::optional<std::size_t>> offsets(t->objects);
-    std::vector<bool> plain(t->objects);
-    for (std::uint64_t i = 0; i < t->objects; ++i) {
-        offsets[i] = ObjectOffset(*t, i);
-        plain[i] = offsets[i] && IsPlainString(*t, *offsets[i]);
+
+    // The nodes libplist builds for the top object, counting a shared object
+    // once per reference (libplist copies it each time), and at most
+    // `limit` + 1. None for a cycle or a reference to no object. Recurses
+    // once per nested container, so call it only when they are few.
+    std::optional<std::uint64_t> ExpandedNodes(std::uint64_t limit) {
+        return Expand(t_.top, limit);
     }
-    std::size_t containers = 0;
-    for (auto const& at : offsets) {
-        unsigned kind = at ? bytes.begin()[*at] >> 4 : 0;
-        if (kind == 0xD && !HasPlainKeys(*t, *at, plain)) {
+
+private:
+    static bool IsContainer(unsigned kind) { return kind == 0xA || kind == 0xC || kind == 0xD; }
+
+    unsigned KindOf(std::uint64_t index) const {
+        return offsets_[index] ? t_.bytes.begin()[*offsets_[index]] >> 4 : 0;
+    }
+
+    // The references a container holds (keys before values in a
+    // dictionary); none when they do not fit in the bytes.
+    std::optional<std::pair<std::uint64_t, std::size_t>> References(std::size_t at,
+                                                                    unsigned kind) const {
+        auto counted = CountAt(t_, at);
+        std::uint64_t perEntry = kind == 0xD ? 2 : 1;
+        if (!counted || counted->first > (t_.room - counted->second) / t_.refWidth / perEntry) {
             return std::nullopt;
         }
-        containers += kind == 0xA || kind == 0xC || kind == 0xD;
+        return std::pair(counted->first * perEntry, counted->second);
     }
-    return containers;
+
+    std::uint64_t Reference(std::size_t payload, std::uint64_t i) const {
+        return BigEndian(t_.bytes.begin() + payload + i * t_.refWidth, t_.refWidth);
+    }
+
+    bool HasPlainKeys(std::size_t at) const {
+        auto refs = References(at, 0xD);
+        if (!refs) {
+            return false;
+        }
+        for (std::uint64_t i = 0; i < refs->first / 2; ++i) {
+            std::uint64_t key = Reference(refs->second, i);
+            if (key >= plain_.size() || !plain_[key]) {
+                return false;
+            }
+        }
+        return true;
+    }
+
+    std::optional<std::uint64_t> Expand(std::uint64_t index, std::uint64_t limit) {
+        if (index >= t_.objects || !offsets_[index] || active_[index]) {
+            return std::nullopt;
+        }
+        unsigned kind = KindOf(index);
+        if (!IsContainer(kind) || expanded_[index] != 0) {
+            return IsContainer(kind) ? expanded_[index] : 1;
+        }
+        auto refs = References(*offsets_[index], kind);
+        if (!refs) {
+            return std::nullopt;
+        }
+        active_[index] = true;
+        std::uint64_t total = 1;
+        for (std::uint64_t i = 0; i < refs->first && total <= limit; ++i) {
+            auto nodes = Expand(Reference(refs->second, i), limit);
+            if (!nodes) {
+                return std::nullopt;
+            }
+            total = std::min(total + *nodes, limit + 1);
+        }
+        active_[index] = false;
+        expanded_[index] = total;
+        return total;
+    }
+
+    BinaryTable const& t_;
+    std::vector<std::optional<std::size_t>> offsets_;
+    std::vector<bool> plain_;
+    std::vector<std::uint64_t> expanded_; // 0 until counted
+    std::vector<bool> active_;            // being counted: a reference back is a cycle
+};
+
+// A binary property list libplist can parse safely: plain dictionary keys,
+// at most `maxContainers` containers, at most `maxNodes` nodes built.
+bool BinaryIsBounded(ConstData bytes, std::size_t maxContainers, std::uint64_t maxNodes) {
+    auto t = ReadTrailer(bytes);
+    if (!t) {
+        return false;
+    }
+    BinaryShape shape(*t);
+    auto containers = shape.Containers();
+    if (!containers || *containers > maxContainers) {
+        return false;
+    }
+    auto nodes = shape.ExpandedNodes(maxNodes);
+    return nodes && *nodes <= maxNodes;
 }
 
 // libplist parses nested containers recursively, so deep nesting could
-// overflow the stack. The containers are counted first (for XML, every
-// "<array" and "<dict", also in comments), which bounds the depth.
+// overflow the stack, and it copies a binary object for every reference to
+// it, so a few shared objects could expand without bound. The containers are
+// counted first (for XML, every "<array" and "<dict", also in comments),
+// which bounds the depth, and a binary list's expansion is counted too.
 bool NestingIsBounded(ConstData bytes) {
     constexpr std::size_t kMaxContainers = 4096;
+    constexpr std::uint64_t kMaxNodes = 1 << 18;
     std::string_view const text = bytes.view();
     if (text.starts_with("bplist")) {
-        auto containers = BinaryContainers(bytes);
-        return containers && *containers <= kMaxContainers;
+        return BinaryIsBounded(bytes, kMaxContainers, kMaxNodes);
     }
     return Occurrences(text, "<array") + Occurrences(text, "<dict") <= kMaxContainers;
 }

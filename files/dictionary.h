@@ -45,6 +45,8 @@ private:
 };
 
 // The top-level dictionary of a property list in XML or binary form; none
-// when the bytes are no property list, its top level is no dictionary, or it
-// has more than 4096 arrays and dictionaries (so that nesting stays shallow).
+// when the bytes are no property list, its top level is no dictionary, it
+// has more than 4096 arrays and dictionaries (so that nesting stays shallow),
+// or, in binary form, its shared objects would expand to more than 2^18
+// values.
 std::optional<OSXDictionary> ParsePropertyListDictionary(ConstData bytes);

@@ -114,8 +114,9 @@ TEST(PropertyListDictionary, DamagedOrForeignInputHasNoDictionary) {
     }
 }
 
-// A binary property list whose top dictionary holds arrays nested `depth` deep.
-std::string NestedBinary(std::size_t depth) {
+// A binary property list whose top dictionary holds arrays nested `depth`
+// deep, each holding the next one `copies` times.
+std::string NestedBinary(std::size_t depth, std::size_t copies = 1) {
     auto put = [](std::string& out, std::uint64_t value, int width) {
         for (int i = width - 1; i >= 0; --i) {
             out += static_cast<char>(value >> (8 * i));
@@ -131,8 +132,10 @@ std::string NestedBinary(std::size_t depth) {
     bytes += "\x51k";
     for (std::size_t i = 0; i < depth; ++i) { // objects 2.. : [next]
         offsets.push_back(bytes.size());
-        bytes += '\xA1';
-        put(bytes, 3 + i, 4);
+        bytes += static_cast<char>(0xA0 + copies);
+        for (std::size_t copy = 0; copy < copies; ++copy) {
+            put(bytes, 3 + i, 4);
+        }
     }
     offsets.push_back(bytes.size());
     bytes += '\xA0';
@@ -190,6 +193,21 @@ std::string BinaryDictionaryWithKey(std::string const& keyObject) {
              std::string(16, '\0');
     bytes[bytes.size() - 1] = static_cast<char>(table);
     return bytes;
+}
+
+TEST(PropertyListDictionary, SharedObjectsMayNotExpandWithoutBound) {
+    // Each level refers twice to the next: 2^(levels+1) values once copied.
+    auto small = Parse(NestedBinary(12, 2));
+    ASSERT_TRUE(small.has_value());
+    EXPECT_EQ(small->Find("k")->kind, Kind::Other);
+    EXPECT_FALSE(Parse(NestedBinary(17, 2)).has_value());
+    EXPECT_FALSE(Parse(NestedBinary(60, 2)).has_value());
+    EXPECT_FALSE(Parse(NestedBinary(1000, 15)).has_value());
+    // A reference back to an enclosing array is a cycle.
+    std::string cycle = NestedBinary(3);
+    std::size_t lastArray = cycle.rfind('\xA1');
+    cycle[lastArray + 4] = 2;
+    EXPECT_FALSE(Parse(cycle).has_value());
 }
 
 TEST(PropertyListDictionary, BinaryKeysMustBePlainStrings) {
