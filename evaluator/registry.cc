@@ -49,6 +49,24 @@ bool splitTupleName(std::string_view name, std::vector<std::string_view>& items)
     return items.size() >= 2;
 }
 
+// The fields every kind of property registration shares.
+std::shared_ptr<PropertyRecord> propertyRecord(PropertyRecord::Kind kind, char const* phrase,
+                                               char const* plural, char const* indexType,
+                                               char const* objectType, char const* resultType,
+                                               void const* userData,
+                                               FingerprintFunction fingerprint) {
+    auto record = std::make_shared<PropertyRecord>();
+    record->kind = kind;
+    record->phrase = phrase;
+    record->plural = text(plural);
+    record->indexType = text(indexType);
+    record->objectType = text(objectType);
+    record->resultType = resultType;
+    record->userData = userData;
+    record->fingerprint = fingerprint;
+    return record;
+}
+
 } // namespace
 
 Registry& Registry::instance() {
@@ -242,13 +260,8 @@ std::vector<std::shared_ptr<OperatorRecord>> const& Registry::operators(int code
 void registerAggregate(char const* phrase, char const* plural, char const* indexType,
                        char const* elementType, char const* resultType, AggregateFunction function,
                        bool yieldsMany) {
-    auto record = std::make_shared<PropertyRecord>();
-    record->kind = PropertyRecord::Kind::Aggregate;
-    record->phrase = phrase;
-    record->plural = plural;
-    record->indexType = indexType;
-    record->objectType = elementType;
-    record->resultType = resultType;
+    auto record = propertyRecord(PropertyRecord::Kind::Aggregate, phrase, plural, indexType,
+                                 elementType, resultType, nullptr, nullptr);
     record->aggregate = function;
     record->aggregateYieldsMany = yieldsMany;
     Registry::instance().addProperty(record.get(), record);
@@ -279,15 +292,10 @@ void Register_Property(void* block, unsigned long blockSize, char const* phrase,
     zor::detail::checkBlock("Register_Property", block, blockSize, sizeof(void*));
     if (!phrase || !get || !resultType)
         zor::detail::registrationFault("Register_Property", "phrase, thunk and result type needed");
-    auto record = std::make_shared<zor::detail::PropertyRecord>();
-    record->phrase = phrase;
-    record->plural = zor::detail::text(plural);
-    record->indexType = zor::detail::text(indexType);
-    record->objectType = zor::detail::text(objectType);
-    record->resultType = resultType;
+    auto record =
+        zor::detail::propertyRecord(zor::detail::PropertyRecord::Kind::Plain, phrase, plural,
+                                    indexType, objectType, resultType, userData, fingerprint);
     record->get = get;
-    record->userData = userData;
-    record->fingerprint = fingerprint;
     Registry::instance().addProperty(block, std::move(record));
 }
 
@@ -301,20 +309,14 @@ void Register_Iterated_Property(void* block, unsigned long blockSize, char const
     if (!phrase || !first || !next || !resultType)
         zor::detail::registrationFault("Register_Iterated_Property",
                                        "phrase, First and Next thunks and result type needed");
-    auto record = std::make_shared<zor::detail::PropertyRecord>();
-    record->kind = zor::detail::PropertyRecord::Kind::Iterated;
-    record->phrase = phrase;
-    record->plural = zor::detail::text(plural);
-    record->indexType = zor::detail::text(indexType);
-    record->objectType = zor::detail::text(objectType);
-    record->resultType = resultType;
+    auto record =
+        zor::detail::propertyRecord(zor::detail::PropertyRecord::Kind::Iterated, phrase, plural,
+                                    indexType, objectType, resultType, userData, fingerprint);
     record->stateSize = stateSize;
     record->construct = construct;
     record->destroyState = destroy;
     record->first = first;
     record->next = next;
-    record->userData = userData;
-    record->fingerprint = fingerprint;
     Registry::instance().addProperty(block, std::move(record));
 }
 
