@@ -110,36 +110,37 @@ public:
         if (!iterator_)
             return {};
         auto& state = static_cast<IteratorBox&>(*iterator_.get());
-        Ref value = recycled();
-        if (!box(value).keep[0])
-            box(value).keep[0] = iterator_;
+        prepareSlot();
         PropertyThunk thunk = started_ ? record_.next : record_.first;
         runtime.step();
         try {
-            thunk(value.bytes(), state.keep[1] ? state.keep[1].bytes() : nullptr,
+            thunk(last_.bytes(), state.keep[1] ? state.keep[1].bytes() : nullptr,
                   state.keep[0] ? state.keep[0].bytes() : nullptr, state.state, record_.userData);
         } catch (NoSuchObject const&) {
             iterator_ = Ref();
+            last_ = Ref();
             return {};
         }
         started_ = true;
-        box(value).constructed = true;
-        last_ = value;
-        return value;
+        box(last_).constructed = true;
+        return last_;
     }
 
 private:
-    // The previous value's box when the consumer has let go of it (counting,
-    // filtering), else a new one.
-    Ref recycled() {
-        if (!last_.unique())
-            return newValue(&resultType_);
-        Ref value = std::move(last_);
+    // Makes last_ an empty slot for the next value: the previous value's box
+    // when the consumer has let go of it (counting, filtering), else a new one.
+    void prepareSlot() {
+        if (!last_.unique()) {
+            last_ = newValue(&resultType_);
+            box(last_).keep[0] = iterator_;
+            return;
+        }
         // Plain records need no clean-up; the box already keeps this iterator.
-        if (resultType_.destroy)
-            clear(box(value));
-        box(value).constructed = false;
-        return value;
+        if (resultType_.destroy) {
+            clear(box(last_));
+            box(last_).keep[0] = iterator_;
+        }
+        box(last_).constructed = false;
     }
 
     PropertyRecord const& record_;

@@ -39,14 +39,18 @@ public:
     }
     Ref(Ref const& other) : Ref(other.holder_) {}
     Ref(Ref&& other) noexcept : holder_(std::exchange(other.holder_, nullptr)) {}
-    Ref& operator=(Ref other) noexcept {
-        std::swap(holder_, other.holder_);
+    Ref& operator=(Ref const& other) {
+        if (other.holder_)
+            ++other.holder_->refs;
+        reset(other.holder_);
         return *this;
     }
-    ~Ref() {
-        if (holder_ && --holder_->refs == 0)
-            release(holder_);
+    Ref& operator=(Ref&& other) noexcept {
+        if (this != &other)
+            reset(std::exchange(other.holder_, nullptr));
+        return *this;
     }
+    ~Ref() { reset(nullptr); }
 
     Holder* get() const { return holder_; }
     // True when this is the only reference, so the holder may be reused.
@@ -58,6 +62,13 @@ public:
     void* bytes() const;
 
 private:
+    // Takes over `holder` (already counted) and lets go of the current one.
+    void reset(Holder* holder) {
+        Holder* previous = std::exchange(holder_, holder);
+        if (previous && --previous->refs == 0)
+            release(previous);
+    }
+
     Holder* holder_ = nullptr;
 };
 

@@ -272,7 +272,7 @@ inline std::size_t FindBytes(std::string_view haystack, std::string_view needle,
         p = static_cast<char const*>(std::memchr(p, needle[0], end - p - needle.size() + 1));
         if (!p)
             break;
-        if (std::memcmp(p + 1, needle.data() + 1, needle.size() - 1) == 0)
+        if (needle.size() == 1 || std::memcmp(p + 1, needle.data() + 1, needle.size() - 1) == 0)
             return static_cast<std::size_t>(p - haystack.data());
     }
     return std::string_view::npos;
