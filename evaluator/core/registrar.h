@@ -57,6 +57,22 @@ template <class T> void Store(void* slot, T const& value) {
     std::memcpy(slot, &value, sizeof value);
 }
 
+// Field by field: a block copy of a just-built piece reads it back with wide
+// loads that straddle its narrower stores, and that store-forwarding stall
+// cost more than the rest of producing a field of a long split.
+inline void Store(void* slot, inspector_string const& value) {
+    auto* out = static_cast<inspector_string*>(slot);
+    out->pointer = value.pointer;
+    out->length = value.length;
+}
+inline void Store(void* slot, substring const& value) {
+    auto* out = static_cast<substring*>(slot);
+    out->pointer = value.pointer;
+    out->length = value.length;
+    out->whole = value.whole;
+    out->wholeLength = value.wholeLength;
+}
+
 // Declares that a value depends on nothing but its object, index or operands,
 // so answers built only from core phrases may be cached.
 inline void DependsOnlyOnOperands(Fingerprinter&) {}
