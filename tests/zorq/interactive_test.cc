@@ -58,21 +58,37 @@ public:
         return screen_;
     }
 
-    // Ends input and returns the exit status.
+    // Ends input at the next prompt and returns the exit status, or -1 when
+    // zorq is still running ten seconds later. An end-of-file typed while
+    // zorq is busy could be lost when the line editor switches the terminal
+    // mode, so it is typed only once the prompt shows zorq is reading.
     int finish() {
+        readUntil("Q: ");
         type("\x04");
-        while (readSome()) {
-        }
+        auto const deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
         int status = 0;
-        waitpid(pid_, &status, 0);
+        while (waitpid(pid_, &status, WNOHANG) == 0) {
+            if (std::chrono::steady_clock::now() > deadline)
+                return -1;
+            drain(100);
+        }
         pid_ = -1;
+        drain(0);
         return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
     }
 
 private:
-    bool readSome() {
+    bool readSome() { return readWithin(5000); }
+
+    // Reads whatever output arrives within the timeout, until none does.
+    void drain(int milliseconds) {
+        while (readWithin(milliseconds)) {
+        }
+    }
+
+    bool readWithin(int milliseconds) {
         pollfd fd{master_, POLLIN, 0};
-        if (poll(&fd, 1, 5000) <= 0)
+        if (poll(&fd, 1, milliseconds) <= 0)
             return false;
         char buffer[1024];
         auto const count = read(master_, buffer, sizeof buffer);
