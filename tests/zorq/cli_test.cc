@@ -44,20 +44,20 @@ private:
 };
 
 TEST(ZorqCli, PrintsEachAnswerOnItsOwnLine) {
-    auto const outcome = zorq({"--no-plugin", "1 + 2 * 3", "\"ab\" & \"cd\"", "(1; 2; 3)"});
+    auto const outcome = zorq({"1 + 2 * 3", "\"ab\" & \"cd\"", "(1; 2; 3)"});
     EXPECT_EQ(outcome.status, 0);
     EXPECT_EQ(outcome.out, "A: 7\nA: abcd\nA: 1\nA: 2\nA: 3\n");
     EXPECT_EQ(outcome.err, "");
 }
 
 TEST(ZorqCli, AnEmptyPluralIsNoAnswerAndNoError) {
-    auto const outcome = zorq({"--no-plugin", "(1; 2) whose (it > 5)"});
+    auto const outcome = zorq({"(1; 2) whose (it > 5)"});
     EXPECT_EQ(outcome.status, 0);
     EXPECT_EQ(outcome.out, "");
 }
 
 TEST(ZorqCli, ErrorsCarryTheColumnAndMakeTheStatusOne) {
-    auto const outcome = zorq({"--no-plugin", "1 + 1", "length of 5", "2 + )", "3"});
+    auto const outcome = zorq({"1 + 1", "length of 5", "2 + )", "3"});
     EXPECT_EQ(outcome.status, 1);
     auto const output = lines(outcome.out);
     ASSERT_EQ(output.size(), 4u) << outcome.out;
@@ -70,7 +70,7 @@ TEST(ZorqCli, ErrorsCarryTheColumnAndMakeTheStatusOne) {
 }
 
 TEST(ZorqCli, EvaluationErrorsHaveNoColumn) {
-    auto const outcome = zorq({"--no-plugin", "1 / 0", "--json", "character 9 of \"abc\""});
+    auto const outcome = zorq({"1 / 0", "--json", "character 9 of \"abc\""});
     EXPECT_EQ(outcome.status, 1);
     auto const output = lines(outcome.out);
     ASSERT_EQ(output.size(), 2u) << outcome.out;
@@ -83,7 +83,7 @@ TEST(ZorqCli, EvaluationErrorsHaveNoColumn) {
 }
 
 TEST(ZorqCli, TimePrintsMicrosecondsAfterEachExpression) {
-    auto const outcome = zorq({"--no-plugin", "-t", "(1; 2)", "length of 5"});
+    auto const outcome = zorq({"-t", "(1; 2)", "length of 5"});
     EXPECT_EQ(outcome.status, 1);
     auto const output = lines(outcome.out);
     ASSERT_EQ(output.size(), 5u) << outcome.out;
@@ -96,7 +96,7 @@ TEST(ZorqCli, TimePrintsMicrosecondsAfterEachExpression) {
 }
 
 TEST(ZorqCli, JsonLines) {
-    auto const outcome = zorq({"--no-plugin", "--json", "(1; 2)", "\"x\"", "length of 5", "1 +"});
+    auto const outcome = zorq({"--json", "(1; 2)", "\"x\"", "length of 5", "1 +"});
     EXPECT_EQ(outcome.status, 1);
     auto const output = lines(outcome.out);
     ASSERT_EQ(output.size(), 4u) << outcome.out;
@@ -127,26 +127,25 @@ TEST(ZorqCli, JsonLines) {
 
 TEST(ZorqCli, ReadsFilesAndStandardInput) {
     TemporaryFile const file("// sums\n1 + 1\n\n   \n2 + 2\r\n   // indented comment\n");
-    auto const outcome = zorq({"--no-plugin", "0", "-f", file.path(), "-f", "-", "5"}, "3\n4\n");
+    auto const outcome = zorq({"0", "-f", file.path(), "-f", "-", "5"}, "3\n4\n");
     EXPECT_EQ(outcome.status, 0) << outcome.err;
     EXPECT_EQ(outcome.out, "A: 0\nA: 2\nA: 4\nA: 3\nA: 4\nA: 5\n");
 
     // With no expression and standard input not a terminal, lines come from it.
-    auto const piped = zorq({"--no-plugin"}, "6 * 7\n// skip\n\"a\" & \"b\"\n");
+    auto const piped = zorq({}, "6 * 7\n// skip\n\"a\" & \"b\"\n");
     EXPECT_EQ(piped.status, 0);
     EXPECT_EQ(piped.out, "A: 42\nA: ab\n");
 }
 
 TEST(ZorqCli, BadUsageExitsWithTwoBeforeEvaluating) {
-    auto const missing = zorq({"--no-plugin", "1", "-f", "/nonexistent/zorq/exprs.txt"});
+    auto const missing = zorq({"1", "-f", "/nonexistent/zorq/exprs.txt"});
     EXPECT_EQ(missing.status, 2);
     EXPECT_EQ(missing.out, "");
     EXPECT_THAT(missing.err, HasSubstr("cannot read file /nonexistent/zorq/exprs.txt"));
 
     for (std::vector<std::string> const& arguments : {std::vector<std::string>{"--bogus", "1"},
                                                       {"1", "-f"},
-                                                      {"--max-time", "soon", "1"},
-                                                      {"--no-plugin", "--plugin", "x.so"}}) {
+                                                      {"--max-time", "soon", "1"}}) {
         auto const outcome = zorq(arguments);
         EXPECT_EQ(outcome.status, 2) << arguments[0];
         EXPECT_EQ(outcome.out, "") << arguments[0];
@@ -163,7 +162,7 @@ TEST(ZorqCli, Help) {
 }
 
 TEST(ZorqCli, PhraseListingAsTableAndJson) {
-    auto const table = zorq({"--no-plugin", "--phrases"});
+    auto const table = zorq({"--phrases"});
     EXPECT_EQ(table.status, 0);
     auto const rows = lines(table.out);
     ASSERT_GT(rows.size(), 20u);
@@ -173,7 +172,7 @@ TEST(ZorqCli, PhraseListingAsTableAndJson) {
         return std::regex_search(row, stringLength);
     })) << table.out;
 
-    auto const json = zorq({"--no-plugin", "--phrases", "--json"});
+    auto const json = zorq({"--phrases", "--json"});
     EXPECT_EQ(json.status, 0);
     auto const objects = lines(json.out);
     EXPECT_EQ(objects.size(), rows.size() - 1) << "one object per table row";
@@ -188,56 +187,36 @@ TEST(ZorqCli, PhraseListingAsTableAndJson) {
     EXPECT_TRUE(foundLength);
 
     // Expressions given beside --phrases still run after the listing.
-    auto const both = zorq({"--no-plugin", "--phrases", "1 + 1"});
+    auto const both = zorq({"--phrases", "1 + 1"});
     EXPECT_TRUE(both.out.ends_with("\nA: 2\n"));
 }
 
-TEST(ZorqCli, PluginOptions) {
-    auto const missing = zorq({"--plugin", "/nonexistent/libZORInspectors.so", "1"});
-    EXPECT_EQ(missing.status, 2);
-    EXPECT_EQ(missing.out, "");
-    EXPECT_THAT(missing.err, HasSubstr("/nonexistent/libZORInspectors.so"));
+TEST(ZorqCli, InspectorsAreBuiltIn) {
+    std::string const query = "value of variable \"ZORQ_TEST_VARIABLE\" of environment";
+    auto const found = run(ZORQ_PATH, {query}, {}, {"ZORQ_TEST_VARIABLE=found"});
+    EXPECT_EQ(found.status, 0) << found.err;
+    EXPECT_EQ(found.out, "A: found\n");
 
-    auto const probe = zorq({"--plugin", PROBE_PLUGIN, "1 + 1"});
-    EXPECT_EQ(probe.status, 0) << probe.err;
-    EXPECT_EQ(probe.out, "A: 2\n");
+    auto const listing = zorq({"--phrases"});
+    EXPECT_THAT(listing.out, HasSubstr("environment variable"));
+    EXPECT_THAT(listing.out, HasSubstr("operating system"));
 }
 
-TEST(ZorqCli, PreferencesFolderReachesThePluginBeforeItLoads) {
-    TemporaryFile const report("");
+// The inspectors read the folder from the environment that zorq hands them.
+TEST(ZorqCli, PreferencesFolder) {
     auto const folder = std::filesystem::temp_directory_path().string();
-    auto const outcome = run(ZORQ_PATH, {"--preferences", folder, "--plugin", PROBE_PLUGIN, "1"},
-                             {}, {"ZORQ_PROBE_REPORT=" + report.path()});
-    EXPECT_EQ(outcome.status, 0) << outcome.err;
-    std::ifstream in(report.path());
-    std::string seen((std::istreambuf_iterator<char>(in)), {});
-    EXPECT_EQ(seen, folder);
+    auto const seen = run(ZORQ_PATH,
+                          {"--preferences", folder,
+                           "value of variable \"ZOR_PREFERENCES_DIR\" of environment"},
+                          {}, {"ZOR_PREFERENCES_DIR=/elsewhere"});
+    EXPECT_EQ(seen.status, 0) << seen.err;
+    EXPECT_EQ(seen.out, "A: " + folder + "\n");
 
-    auto const missing = zorq({"--no-plugin", "--preferences", "/nonexistent/prefs", "1"});
+    auto const missing = zorq({"--preferences", "/nonexistent/prefs", "1"});
     EXPECT_EQ(missing.status, 2);
     EXPECT_EQ(missing.out, "");
     EXPECT_THAT(missing.err, HasSubstr("/nonexistent/prefs"));
 }
-
-#ifdef INSPECTOR_PLUGIN
-TEST(ZorqCli, LoadsTheInspectorPluginFromTheBuildTreeByDefault) {
-    std::string const query = "value of variable \"ZORQ_TEST_VARIABLE\" of environment";
-    std::vector<std::string> const environment{"ZORQ_TEST_VARIABLE=found"};
-    auto const byDefault = run(ZORQ_PATH, {query}, {}, environment);
-    EXPECT_EQ(byDefault.status, 0) << byDefault.err;
-    EXPECT_EQ(byDefault.out, "A: found\n");
-
-    auto const named = run(ZORQ_PATH, {"--plugin", INSPECTOR_PLUGIN, query}, {}, environment);
-    EXPECT_EQ(named.out, "A: found\n");
-
-    auto const without = run(ZORQ_PATH, {"--no-plugin", query}, {}, environment);
-    EXPECT_EQ(without.status, 1);
-    EXPECT_THAT(without.out, HasSubstr("unknown phrase"));
-
-    auto const listing = zorq({"--phrases"});
-    EXPECT_THAT(listing.out, HasSubstr("environment variable"));
-}
-#endif
 
 // Counts the fields of a long comma-separated string given on standard input.
 std::string countFieldsOfLongString(int fields) {
@@ -249,21 +228,21 @@ std::string countFieldsOfLongString(int fields) {
 
 TEST(ZorqCli, BudgetsStopLongEvaluations) {
     auto const shortList = countFieldsOfLongString(2000);
-    auto const unlimited = zorq({"--no-plugin", "-f", "-"}, shortList);
+    auto const unlimited = zorq({"-f", "-"}, shortList);
     EXPECT_EQ(unlimited.status, 0) << unlimited.out;
     EXPECT_EQ(unlimited.out, "A: 2000\n");
 
-    auto const enoughSteps = zorq({"--no-plugin", "--max-steps", "5000", "-f", "-"}, shortList);
+    auto const enoughSteps = zorq({"--max-steps", "5000", "-f", "-"}, shortList);
     EXPECT_EQ(enoughSteps.out, "A: 2000\n");
-    auto const fewSteps = zorq({"--no-plugin", "--max-steps", "100", "-f", "-"}, shortList);
+    auto const fewSteps = zorq({"--max-steps", "100", "-f", "-"}, shortList);
     EXPECT_EQ(fewSteps.status, 1);
     EXPECT_EQ(fewSteps.out,
               "E: EvaluationInterrupted: the evaluation ran past its time or step budget\n");
 
     auto const longList = countFieldsOfLongString(1000000);
-    auto const enoughTime = zorq({"--no-plugin", "--max-time", "60000", "-f", "-"}, longList);
+    auto const enoughTime = zorq({"--max-time", "60000", "-f", "-"}, longList);
     EXPECT_EQ(enoughTime.out, "A: 1000000\n");
-    auto const littleTime = zorq({"--no-plugin", "--max-time", "1", "-f", "-"}, longList);
+    auto const littleTime = zorq({"--max-time", "1", "-f", "-"}, longList);
     EXPECT_EQ(littleTime.status, 1);
     EXPECT_EQ(littleTime.out,
               "E: EvaluationInterrupted: the evaluation ran past its time or step budget\n");

@@ -101,7 +101,7 @@ TEST(ZorqGuide, EveryExampleAnswersAsWritten) {
     EXPECT_GE(guide.examples.size(), 80u) << "the guide's examples were not found";
     for (auto const& example : guide.examples) {
         SCOPED_TRACE("docs/guide.md:" + std::to_string(example.line) + ": " + example.query);
-        auto const outcome = zorq({"--no-plugin", "--", example.query});
+        auto const outcome = zorq({"--", example.query});
         EXPECT_EQ(outcome.out, joined(example.expected));
         bool const expectsError =
             !example.expected.empty() && example.expected.back().starts_with("E: ");

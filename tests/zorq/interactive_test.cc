@@ -25,7 +25,7 @@ public:
         if (pid_ == 0) {
             setenv("HOME", home.c_str(), 1);
             setenv("TERM", "dumb", 1);
-            execl(ZORQ_PATH, ZORQ_PATH, "--no-plugin", static_cast<char*>(nullptr));
+            execl(ZORQ_PATH, ZORQ_PATH, static_cast<char*>(nullptr));
             _exit(127);
         }
     }

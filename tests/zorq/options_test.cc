@@ -47,25 +47,21 @@ TEST(ZorqOptions, NegativeNumbersAndDoubleDashMakeExpressions) {
 TEST(ZorqOptions, Flags) {
     auto const none = parse({});
     EXPECT_FALSE(none.help || none.time || none.json || none.phrases);
-    EXPECT_EQ(none.plugin, PluginChoice::Default);
     EXPECT_EQ(none.budget.steps, 0u);
     EXPECT_EQ(none.budget.time.count(), 0);
 
-    auto const all = parse({"-t", "--json", "--phrases", "--no-plugin", "-h"});
+    auto const all = parse({"-t", "--json", "--phrases", "-h"});
     EXPECT_TRUE(all.time && all.json && all.phrases && all.help);
-    EXPECT_EQ(all.plugin, PluginChoice::None);
     EXPECT_TRUE(parse({"--time"}).time);
     EXPECT_TRUE(parse({"--help"}).help);
 }
 
-TEST(ZorqOptions, BudgetAndPlugin) {
-    auto const options = parse({"--max-time", "250", "--max-steps=1000", "--plugin", "x/p.so"});
+TEST(ZorqOptions, BudgetAndPreferences) {
+    auto const options = parse({"--max-time", "250", "--max-steps=1000"});
     EXPECT_EQ(options.budget.time, std::chrono::milliseconds(250));
     EXPECT_EQ(options.budget.steps, 1000u);
-    EXPECT_EQ(options.plugin, PluginChoice::Named);
-    EXPECT_EQ(options.pluginPath, "x/p.so");
-    EXPECT_EQ(parse({"--plugin=a.so", "--plugin=b.so"}).pluginPath, "b.so");
     EXPECT_EQ(parse({"--preferences", "/tmp/prefs"}).preferences, "/tmp/prefs");
+    EXPECT_EQ(parse({"--preferences=/a", "--preferences=/b"}).preferences, "/b");
     EXPECT_EQ(parse({}).preferences, "");
 }
 
@@ -83,9 +79,7 @@ TEST(ZorqOptions, BadUsage) {
     expectUsageError({"--max-time", "9223372036854776"}, "up to 9223372036854775");
     EXPECT_EQ(parse({"--max-time", "9223372036854775"}).budget.time.count(), 9223372036854775000);
     expectUsageError({"--json=yes"}, "--json takes no value");
-    expectUsageError({"--plugin", "p.so", "--no-plugin"}, "exclude each other");
-    expectUsageError({"--no-plugin", "--plugin=p.so"}, "exclude each other");
-    expectUsageError({"--plugin="}, "needs a file name");
+    expectUsageError({"--plugin", "p.so"}, "unknown option --plugin");
     expectUsageError({"--preferences="}, "needs a folder");
     expectUsageError({"--preferences"}, "needs a value");
 }
@@ -94,7 +88,7 @@ TEST(ZorqOptions, HelpMentionsEveryOption) {
     auto const help = usageText();
     for (char const* option :
          {"-f, --file", "-t, --time", "--json", "--phrases", "--max-time", "--max-steps",
-          "--plugin", "--no-plugin", "-h, --help", "Exit status", "Examples"})
+          "--preferences", "-h, --help", "Exit status", "Examples"})
         EXPECT_NE(help.find(option), std::string::npos) << option;
 }
 

@@ -46,16 +46,6 @@ std::uint64_t parseCount(std::string_view option, std::string_view text, std::ui
     return value;
 }
 
-// --plugin and --no-plugin contradict each other, in either order.
-void choosePlugin(Options& options, PluginChoice choice, std::string_view path) {
-    if (options.plugin != PluginChoice::Default && options.plugin != choice)
-        throw UsageError("options --plugin and --no-plugin exclude each other");
-    if (choice == PluginChoice::Named && path.empty())
-        throw UsageError("option --plugin needs a file name");
-    options.plugin = choice;
-    options.pluginPath = std::string(path);
-}
-
 // Options that take no value.
 struct Flag {
     std::string_view shortName;
@@ -68,8 +58,6 @@ constexpr std::array flags{
     Flag{"-t", "--time", [](Options& options) { options.time = true; }},
     Flag{"", "--json", [](Options& options) { options.json = true; }},
     Flag{"", "--phrases", [](Options& options) { options.phrases = true; }},
-    Flag{"", "--no-plugin",
-         [](Options& options) { choosePlugin(options, PluginChoice::None, {}); }},
 };
 
 // Options that take a value, from the next argument or after "=".
@@ -96,10 +84,6 @@ constexpr std::array settings{
             [](Options& options, std::string_view text) {
                 options.budget.steps =
                     parseCount("--max-steps", text, std::numeric_limits<std::uint64_t>::max());
-            }},
-    Setting{"", "--plugin",
-            [](Options& options, std::string_view path) {
-                choosePlugin(options, PluginChoice::Named, path);
             }},
     Setting{"", "--preferences",
             [](Options& options, std::string_view folder) {
@@ -186,17 +170,13 @@ Output:
 Limits:
   --max-time MS        stop an evaluation after MS milliseconds
   --max-steps N        stop an evaluation after N steps
-Inspectors:
-  --plugin PATH        load this inspector plug-in instead of the default
-  --no-plugin          load no plug-in: only the core types are available
-                       (by default libZORInspectors.so is loaded from the
-                       build tree or from ../lib beside zorq, when present)
+Agent:
   --preferences DIR    read and write the agent's settings in the folder DIR
                        (one property list per domain) instead of the default
   -h, --help           show this help
 
 Exit status: 0 when every expression evaluated, 1 when any failed,
-2 for bad usage (unknown option, unreadable file, plug-in that fails to load).
+2 for bad usage (unknown option, unreadable file, missing folder).
 
 Examples:
   zorq '1 + 2 * 3'

@@ -24,8 +24,6 @@ struct Input {
     std::string text; // the expression, or the file name ("-" is standard input)
 };
 
-enum class PluginChoice { Default, Named, None };
-
 struct Options {
     std::vector<Input> inputs;
     bool help = false;
@@ -33,8 +31,6 @@ struct Options {
     bool json = false;
     bool phrases = false;
     zor::Budget budget;
-    PluginChoice plugin = PluginChoice::Default;
-    std::string pluginPath;
     std::string preferences; // the settings store's folder; empty keeps its default
 };
 
