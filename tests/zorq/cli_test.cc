@@ -197,6 +197,11 @@ TEST(ZorqCli, InspectorsAreBuiltIn) {
     EXPECT_EQ(found.status, 0) << found.err;
     EXPECT_EQ(found.out, "A: found\n");
 
+    // Digests open libcrypto on first use.
+    TemporaryFile const abc("abc");
+    auto const digest = zorq({"sha1 of file \"" + abc.path() + "\""});
+    EXPECT_EQ(digest.out, "A: a9993e364706816aba3e25717850c26c9cd0d89d\n") << digest.err;
+
     auto const listing = zorq({"--phrases"});
     EXPECT_THAT(listing.out, HasSubstr("environment variable"));
     EXPECT_THAT(listing.out, HasSubstr("operating system"));
