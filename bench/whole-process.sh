@@ -21,7 +21,6 @@ hyperfine --shell=none --warmup 30 --runs 300 --export-csv "$results" \
   --command-name start 'true' \
   --command-name ps 'ps -e -o pid=,comm=' \
   --command-name one-plus-one "$zorq '1 + 1'" \
-  --command-name one-plus-one-no-plugin "$zorq --no-plugin '1 + 1'" \
   --command-name os-name "$zorq 'name of operating system'" \
   --command-name process-names "$zorq 'names of processes'" >&2
 
