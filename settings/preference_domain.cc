@@ -181,7 +181,7 @@ bool SetPreferencesFolder(std::filesystem::path folder) {
     registry.domains.clear();
     registry.folder.reset();
     if (!folder.empty()) {
-        registry.folder = std::move(folder);
+        registry.folder.emplace(std::move(folder));
     }
     return written;
 }
