@@ -136,54 +136,7 @@ TEST(PropertyListParsing, RefusesKeysWithNulInsteadOfAborting) {
     }
 }
 
-namespace {
-
-// A binary list of count arrays in which each array refers twice to the
-// next one (the last refers to target, or is empty when target is count).
-std::string ChainOfArrays(int count, int target) {
-    std::string bytes = "bplist00";
-    std::string offsets;
-    for (int i = 0; i < count; ++i) {
-        offsets.push_back(static_cast<char>(bytes.size()));
-        int next = i + 1 < count ? i + 1 : target;
-        if (next < count) {
-            bytes += {'\xa2', static_cast<char>(next), static_cast<char>(next)};
-        } else {
-            bytes += '\xa0';
-        }
-    }
-    size_t tableStart = bytes.size();
-    bytes += offsets;
-    std::string trailer(32, '\0');
-    trailer[6] = 1; // offset size
-    trailer[7] = 1; // reference size
-    trailer[15] = static_cast<char>(count);
-    trailer[31] = static_cast<char>(tableStart);
-    return bytes + trailer;
-}
-
-std::string NestedXml(int depth) {
-    std::string text = "<?xml version=\"1.0\"?><plist version=\"1.0\">";
-    for (int i = 0; i < depth; ++i) {
-        text += "<array>";
-    }
-    text += "<dict/><array/>";
-    for (int i = 0; i < depth; ++i) {
-        text += "</array>";
-    }
-    return text + "</plist>";
-}
-
-} // namespace
-
-TEST(PropertyListParsing, RefusesBombsAndDeepNesting) {
-    std::string small = ChainOfArrays(10, 10); // 2^10 objects once expanded
-    EXPECT_NO_THROW(ParsePropertyList(small));
-    std::string bomb = ChainOfArrays(40, 40); // 2^40
-    EXPECT_THROW(ParsePropertyList(bomb), PropertyListParseError);
-    std::string cycle = ChainOfArrays(3, 0);
-    EXPECT_THROW(ParsePropertyList(cycle), PropertyListParseError);
-
+TEST(PropertyListParsing, RefusesWhatLibplistCannotParseSafely) {
     AutoCFPropertyList deep(plist_new_array());
     plist_t inner = deep.Get();
     for (int i = 0; i < 600; ++i) {
@@ -192,12 +145,12 @@ TEST(PropertyListParsing, RefusesBombsAndDeepNesting) {
         inner = next;
     }
     std::string binary = SerializeBinaryPropertyList(deep.Get());
-    EXPECT_THROW(ParsePropertyList(binary), PropertyListParseError);
-
-    std::string shallow = NestedXml(500);
-    EXPECT_NO_THROW(ParsePropertyList(shallow));
-    std::string tooDeep = NestedXml(513);
-    EXPECT_THROW(ParsePropertyList(tooDeep), PropertyListParseError);
+    try {
+        ParsePropertyList(binary);
+        ADD_FAILURE() << "parsed 600 nested arrays";
+    } catch (PropertyListParseError const& error) {
+        EXPECT_STREQ(error.what(), "property list nested too deeply");
+    }
 }
 
 TEST(PropertyListText, OnlyValidUtf8WithoutNulIsText) {
