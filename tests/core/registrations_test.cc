@@ -4,15 +4,17 @@
 
 #include <algorithm>
 #include <cstring>
+#include <optional>
 #include <set>
 
 #include "evaluator/core/registrar.h"
 #include "evaluator/helpers.h"
-#include "tests/core/fake_registry.h"
+#include "tests/framework/fake_registry.h"
 
 namespace {
 
-using fake::Registration;
+using fake::Call;
+using fake::Record;
 
 inspector_string Text(std::string_view text) {
     return {reinterpret_cast<unsigned char const*>(text.data()),
@@ -65,9 +67,12 @@ TEST_F(CoreRegistrations, TypesHaveTheirValueSizesAndSubstringDerivesFromString)
                        {"version", sizeof(version)},
                        {"ipv4 address", 4},
                        {"hertz", 8}}) {
-        Registration const& type = fake::Type(e.name);
-        EXPECT_EQ(type.size, e.size) << e.name;
-        EXPECT_EQ(type.resultType, std::string(e.name) == "substring" ? "string" : "") << e.name;
+        Record const& type = fake::Type(e.name);
+        EXPECT_EQ(type.valueSize, e.size) << e.name;
+        EXPECT_EQ(type.baseName, std::string(e.name) == "substring"
+                                     ? std::optional<std::string>("string")
+                                     : std::nullopt)
+            << e.name;
         // Every core type prints through its cast to "string".
         EXPECT_EQ(fake::Cast("string", e.name).resultType, "string") << e.name;
     }
@@ -78,14 +83,14 @@ TEST_F(CoreRegistrations, TypesHaveTheirValueSizesAndSubstringDerivesFromString)
 
 TEST_F(CoreRegistrations, EveryPropertyHasAPluralAndEveryCastATarget) {
     std::set<std::string> phrases;
-    for (Registration const& r : fake::Registrations()) {
-        if (r.kind == "property" || r.kind == "iterated property") {
+    for (Record const& r : fake::Registrations()) {
+        if (r.call == Call::RegisterProperty || r.call == Call::RegisterIteratedProperty) {
             EXPECT_EQ(r.plural, r.phrase.starts_with("substring ")
                                     ? "substrings" + r.phrase.substr(9)
                                     : r.phrase + "s");
             phrases.insert(r.phrase);
         }
-        if (r.kind == "cast") {
+        if (r.call == Call::RegisterCast) {
             EXPECT_FALSE(r.resultType.empty()) << r.phrase;
         }
     }
@@ -184,9 +189,9 @@ TEST_F(CoreRegistrations, PiecesOfASubstringStayPiecesOfItsWhole) {
     EXPECT_THROW(Indexed<substring>("first", integer{4}, middle), NoSuchObject);
     EXPECT_THROW(Indexed<substring>("first", Text(";"), value), NoSuchObject);
 
-    Registration const& fields = fake::Property("substrings separated by", "string", "substring");
+    Record const& fields = fake::Property("substrings separated by", "string", "substring");
     inspector_string sep = Text("=");
-    std::vector<substring> parts = fake::Iterate<substring>(fields, &sep, &value);
+    std::vector<substring> parts = fake::IterateToEnd<substring>(fields, &sep, &value);
     ASSERT_EQ(parts.size(), 2u);
     EXPECT_EQ(ViewOf(parts[1]), "value");
     EXPECT_EQ(Property<integer>("position", parts[1]), 4);
@@ -194,7 +199,7 @@ TEST_F(CoreRegistrations, PiecesOfASubstringStayPiecesOfItsWhole) {
 }
 
 TEST_F(CoreRegistrations, NegativeIndexIsNoObjectEvenWithoutAResultSlot) {
-    Registration const& first = fake::Property("first", "integer", "string");
+    Record const& first = fake::Property("first", "integer", "string");
     inspector_string subject = Text("abc");
     integer minusOne = -1;
     EXPECT_THROW(first.get(nullptr, &minusOne, &subject, nullptr, first.userData), NoSuchObject);
@@ -205,25 +210,25 @@ TEST_F(CoreRegistrations, NegativeIndexIsNoObjectEvenWithoutAResultSlot) {
 
 TEST_F(CoreRegistrations, NullResultSlotCallsNothing) {
     // Each of these would throw if its function ran.
-    Registration const& first = fake::Property("first", "string", "string");
+    Record const& first = fake::Property("first", "string", "string");
     inspector_string subject = Text("abc");
     inspector_string missing = Text("zzz");
     EXPECT_NO_THROW(first.get(nullptr, &missing, &subject, nullptr, first.userData));
-    Registration const& asTime = fake::Cast("time", "string");
+    Record const& asTime = fake::Cast("time", "string");
     EXPECT_NO_THROW(asTime.cast(nullptr, &missing, asTime.userData));
-    Registration const& divide = fake::Operator(kOperatorDivide, "integer", "integer");
+    Record const& divide = fake::Operator(kOperatorDivide, "integer", "integer");
     integer one = 1, zero = 0;
-    EXPECT_NO_THROW(divide.apply(nullptr, &one, &zero, divide.userData));
+    EXPECT_NO_THROW(divide.op(nullptr, &one, &zero, divide.userData));
 }
 
 TEST_F(CoreRegistrations, SubstringsSeparatedByYieldEveryFieldInPlace) {
-    Registration const& fields = fake::Property("substrings separated by", "string", "string");
-    EXPECT_EQ(fields.kind, "iterated property");
+    Record const& fields = fake::Property("substrings separated by", "string", "string");
+    EXPECT_EQ(fields.call, Call::RegisterIteratedProperty);
     auto split = [&](std::string_view subject, std::string_view separator) {
         inspector_string s = Text(subject);
         inspector_string sep = Text(separator);
         std::vector<std::string> texts;
-        for (substring field : fake::Iterate<substring>(fields, &sep, &s)) {
+        for (substring field : fake::IterateToEnd<substring>(fields, &sep, &s)) {
             EXPECT_EQ(field.whole, s.pointer);
             EXPECT_EQ(field.wholeLength, s.length);
             texts.emplace_back(ViewOf(field));
@@ -359,7 +364,7 @@ TEST_F(CoreRegistrations, WorldClockAndUnits) {
     EXPECT_EQ(world("hour"), hour_of());
     EXPECT_EQ(world("day"), day_of());
     EXPECT_EQ(world("week"), week_of());
-    Registration const& now = fake::Property("now", "", "");
+    Record const& now = fake::Property("now", "", "");
     moment before = moment_now();
     moment answer = fake::Get<moment>(now, nullptr, nullptr);
     EXPECT_LE(before, answer);

@@ -1,16 +1,16 @@
 // A recording stand-in for the evaluator's side of the registration API, so
 // that registration objects and thunks can be tested without the evaluator.
-// It keeps every call with its arguments, hands out memory it owns, and keeps
-// the installed context.
+// It keeps every call with its arguments and the registrations still in force,
+// hands out memory it owns, and keeps the installed context.
 #pragma once
 
-#include <cstdint>
+#include <cstddef>
 #include <optional>
 #include <string>
-#include <string_view>
 #include <utility>
 #include <vector>
 
+#include "evaluator/errors.h"
 #include "evaluator/registration.h"
 
 class Fingerprinter {
@@ -69,8 +69,25 @@ std::optional<Record> RegistrationOf(void const* block);
 // The calls made after position `from` of the log.
 std::vector<Record> CallsSince(std::size_t from);
 
+// The registrations made and not yet withdrawn, in the order they were made.
+// Withdrawing one that is not in force throws std::logic_error.
+std::vector<Record> const& Registrations();
+
+// The single registration in force that matches; throws std::logic_error
+// otherwise. A property matches by its phrase or its plural, plain or iterated.
+Record const& Type(std::string const& name);
+Record const& Property(std::string const& phrase, std::string const& indexType,
+                       std::string const& objectType);
+Record const& Cast(std::string const& phrase, std::string const& sourceType);
+Record const& Operator(int code, std::string const& leftType, std::string const& rightType);
+
 // The sizes requested from Allocate_Inspector_Memory, in order.
 std::vector<unsigned long>& AllocationSizes();
+
+// Frees every Allocate_Inspector_Memory block handed out so far, as the end of
+// an evaluation does, and how many are held until then.
+void ReleaseEvaluationMemory();
+std::size_t EvaluationBlockCount();
 
 // The arguments MakeTupleTypeName was called with, in order.
 std::vector<std::pair<std::string, std::string>>& TupleNameRequests();
@@ -78,5 +95,48 @@ std::vector<std::pair<std::string, std::string>>& TupleNameRequests();
 // How often Check_For_Inspector_Interruption ran; when armed it throws.
 int& InterruptionChecks();
 bool& InterruptionArmed();
+
+// Calls a registration's thunk as the evaluator does and returns its result.
+template <class R> R Get(Record const& r, void const* index, void const* object) {
+    R result{};
+    r.get(&result, index, object, nullptr, r.userData);
+    return result;
+}
+
+template <class R, class O>
+R CastValue(std::string const& phrase, std::string const& sourceType, O const& object) {
+    Record const& r = Cast(phrase, sourceType);
+    R result{};
+    r.cast(&result, &object, r.userData);
+    return result;
+}
+
+template <class Res, class L, class R>
+Res Apply(int code, std::string const& leftType, std::string const& rightType, L const& left,
+          R const& right) {
+    Record const& r = Operator(code, leftType, rightType);
+    Res result{};
+    r.op(&result, &left, &right, r.userData);
+    return result;
+}
+
+// Runs an iterated property to its end.
+template <class R>
+std::vector<R> IterateToEnd(Record const& r, void const* index, void const* object) {
+    std::vector<std::max_align_t> state(r.stateSize / sizeof(std::max_align_t) + 1);
+    r.construct(state.data());
+    std::vector<R> values;
+    try {
+        R value{};
+        r.first(&value, index, object, state.data(), r.userData);
+        for (;;) {
+            values.push_back(value);
+            r.next(&value, index, object, state.data(), r.userData);
+        }
+    } catch (NoSuchObject const&) {
+    }
+    r.destroy(state.data());
+    return values;
+}
 
 } // namespace fake
