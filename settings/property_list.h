@@ -41,8 +41,8 @@ public:
 
 // Parses XML or binary property-list bytes. The bytes are edited in place
 // first: binary dates are set to values that libplist reads back to the
-// exact microsecond and that fit its 32-bit seconds (see the .cc). Binary
-// strings holding NUL characters are refused: libplist aborts on such keys.
+// exact microsecond and that fit its 32-bit seconds (see the .cc). Bytes
+// libplist cannot parse safely (util/plist_guard.h) are refused with the reason.
 AutoCFPropertyList ParsePropertyList(std::string& bytes);
 
 // The binary form of a tree.
