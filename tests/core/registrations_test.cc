@@ -191,7 +191,7 @@ TEST_F(CoreRegistrations, PiecesOfASubstringStayPiecesOfItsWhole) {
 
     Record const& fields = fake::Property("substrings separated by", "string", "substring");
     inspector_string sep = Text("=");
-    std::vector<substring> parts = fake::IterateToEnd<substring>(fields, &sep, &value);
+    std::vector<substring> parts = fake::Iterate<substring>(fields, &sep, &value);
     ASSERT_EQ(parts.size(), 2u);
     EXPECT_EQ(ViewOf(parts[1]), "value");
     EXPECT_EQ(Property<integer>("position", parts[1]), 4);
@@ -228,7 +228,7 @@ TEST_F(CoreRegistrations, SubstringsSeparatedByYieldEveryFieldInPlace) {
         inspector_string s = Text(subject);
         inspector_string sep = Text(separator);
         std::vector<std::string> texts;
-        for (substring field : fake::IterateToEnd<substring>(fields, &sep, &s)) {
+        for (substring field : fake::Iterate<substring>(fields, &sep, &s)) {
             EXPECT_EQ(field.whole, s.pointer);
             EXPECT_EQ(field.wholeLength, s.length);
             texts.emplace_back(ViewOf(field));

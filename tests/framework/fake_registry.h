@@ -121,8 +121,7 @@ Res Apply(int code, std::string const& leftType, std::string const& rightType, L
 }
 
 // Runs an iterated property to its end.
-template <class R>
-std::vector<R> IterateToEnd(Record const& r, void const* index, void const* object) {
+template <class R> std::vector<R> Iterate(Record const& r, void const* index, void const* object) {
     std::vector<std::max_align_t> state(r.stateSize / sizeof(std::max_align_t) + 1);
     r.construct(state.data());
     std::vector<R> values;

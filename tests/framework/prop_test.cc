@@ -124,24 +124,6 @@ struct MultipleSteps {
     }
 };
 
-template <class R> std::vector<R> Iterate(Record const& r, void const* index, void const* object) {
-    alignas(std::max_align_t) unsigned char state[128];
-    EXPECT_LE(r.stateSize, sizeof state);
-    r.construct(state);
-    std::vector<R> values;
-    R value{};
-    try {
-        r.first(&value, index, object, state, r.userData);
-        for (;;) {
-            values.push_back(value);
-            r.next(&value, index, object, state, r.userData);
-        }
-    } catch (NoSuchObject const&) {
-    }
-    r.destroy(state);
-    return values;
-}
-
 void Fingerprint(Fingerprinter&) {}
 
 } // namespace
@@ -222,7 +204,7 @@ TEST(PropRegistration, IteratedOverloadsRegisterStateAndWalkThroughMembers) {
     EXPECT_EQ(w.userData, w.block);
     // The member pointers carry the offset of the Steps base and dispatch
     // the virtual Next to the override.
-    EXPECT_EQ(Iterate<integer>(w, nullptr, nullptr), (std::vector<integer>{0, 10, 20}));
+    EXPECT_EQ(fake::Iterate<integer>(w, nullptr, nullptr), (std::vector<integer>{0, 10, 20}));
 
     gizmo g{3};
     Record const& o = RegistrationAt(&ofObject);
@@ -231,9 +213,9 @@ TEST(PropRegistration, IteratedOverloadsRegisterStateAndWalkThroughMembers) {
     EXPECT_EQ(o.indexType, "");
     EXPECT_EQ(o.stateSize, sizeof(GizmoSteps));
     EXPECT_EQ(o.fingerprint, &Fingerprint);
-    EXPECT_EQ(Iterate<integer>(o, nullptr, &g), (std::vector<integer>{3, 2, 1}));
+    EXPECT_EQ(fake::Iterate<integer>(o, nullptr, &g), (std::vector<integer>{3, 2, 1}));
     gizmo empty{0};
-    EXPECT_TRUE(Iterate<integer>(o, nullptr, &empty).empty());
+    EXPECT_TRUE(fake::Iterate<integer>(o, nullptr, &empty).empty());
 
     Record const& i = RegistrationAt(&byIndex);
     EXPECT_EQ(i.indexType, "string");
@@ -241,7 +223,7 @@ TEST(PropRegistration, IteratedOverloadsRegisterStateAndWalkThroughMembers) {
     EXPECT_EQ(i.resultType, "string");
     inspector_string word = Literal("abc");
     std::vector<std::string> prefixes;
-    for (inspector_string const& s : Iterate<inspector_string>(i, &word, nullptr)) {
+    for (inspector_string const& s : fake::Iterate<inspector_string>(i, &word, nullptr)) {
         prefixes.push_back(Text(s));
     }
     EXPECT_EQ(prefixes, (std::vector<std::string>{"a", "ab", "abc"}));
@@ -250,7 +232,7 @@ TEST(PropRegistration, IteratedOverloadsRegisterStateAndWalkThroughMembers) {
     EXPECT_EQ(io.indexType, "integer");
     EXPECT_EQ(io.objectType, "gizmo");
     integer count = 4;
-    EXPECT_EQ(Iterate<integer>(io, &count, &g), (std::vector<integer>{3, 6, 9, 12}));
+    EXPECT_EQ(fake::Iterate<integer>(io, &count, &g), (std::vector<integer>{3, 6, 9, 12}));
 }
 
 TEST(PropRegistration, IteratedThunksWithoutASlotLeaveTheIteratorAlone) {

@@ -132,25 +132,6 @@ private:
     integer left_ = -1;
 };
 
-// Runs an iteration the way the evaluator does and collects the values.
-std::vector<integer> Iterate(Record const& record, void const* object) {
-    alignas(std::max_align_t) unsigned char state[64];
-    EXPECT_LE(record.stateSize, sizeof state);
-    record.construct(state);
-    std::vector<integer> values;
-    integer value = 0;
-    try {
-        record.first(&value, nullptr, object, state, record.userData);
-        for (;;) {
-            values.push_back(value);
-            record.next(&value, nullptr, object, state, record.userData);
-        }
-    } catch (NoSuchObject const&) {
-    }
-    record.destroy(state);
-    return values;
-}
-
 } // namespace
 
 TEST(TypeRegistration, RegistersNameSizeAndBaseAndWithdrawsOnce) {
@@ -298,9 +279,10 @@ TEST(IteratedRegistration, IteratedPropertyWalksTheIteratorInItsState) {
 
             int alive = Countdown::alive;
             widget three{0, 3};
-            EXPECT_EQ(Iterate(r, &three), (std::vector<integer>{3, 2, 1}));
+            EXPECT_EQ(fake::Iterate<integer>(r, nullptr, &three), (std::vector<integer>{3, 2, 1}));
             widget none{0, 0};
-            EXPECT_TRUE(Iterate(r, &none).empty()) << "an empty set ends at First";
+            EXPECT_TRUE(fake::Iterate<integer>(r, nullptr, &none).empty())
+                << "an empty set ends at First";
             EXPECT_EQ(Countdown::alive, alive) << "destroy runs the destructor";
         },
         "count", "counts", &Fingerprint);
@@ -338,7 +320,7 @@ TEST(IteratedRegistration, IteratedGlobalPropertyCallsTheIteratorWithoutObject) 
     EXPECT_EQ(r.indexType, "");
     EXPECT_EQ(r.resultType, "integer");
     EXPECT_EQ(r.stateSize, sizeof(Countdown));
-    EXPECT_EQ(Iterate(r, nullptr), (std::vector<integer>{2, 1}));
+    EXPECT_EQ(fake::Iterate<integer>(r, nullptr, nullptr), (std::vector<integer>{2, 1}));
 }
 
 namespace {
