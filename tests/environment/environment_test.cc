@@ -92,64 +92,48 @@ std::string StringOf(environment_variable const& variable) {
 
 } // namespace
 
+// Phrases and types are exercised end to end; what the evaluator never shows
+// is the order, the sizes and the absent fingerprints.
 TEST(EnvironmentRegistrations, RegisterTheFamilyInOrder) {
     std::vector<Record> const& log = fake::Log();
     ASSERT_GE(log.size(), 8u);
-
     EXPECT_EQ(log[0].call, Call::RegisterType);
     EXPECT_EQ(log[0].phrase, "environment");
     EXPECT_EQ(log[0].valueSize, 1u);
     EXPECT_EQ(log[0].blockSize, 512u);
     EXPECT_FALSE(log[0].baseName.has_value());
-
     EXPECT_EQ(log[1].call, Call::RegisterType);
     EXPECT_EQ(log[1].phrase, "environment variable");
     EXPECT_EQ(log[1].valueSize, sizeof(environment_variable));
 
-    struct Expected {
-        Call call;
-        char const* phrase;
-        char const* plural;
-        char const* index;
-        char const* object;
-        char const* result;
-    };
-    Expected const expected[] = {
-        {Call::RegisterProperty, "environment", "environments", "", "", "environment"},
-        {Call::RegisterIteratedProperty, "variable", "variables", "", "environment",
-         "environment variable"},
-        {Call::RegisterProperty, "variable", "variables", "string", "environment",
-         "environment variable"},
-        {Call::RegisterProperty, "name", "names", "", "environment variable", "string"},
-        {Call::RegisterProperty, "value", "values", "", "environment variable", "string"},
-        {Call::RegisterCast, "string", "", "", "environment variable", "string"},
-    };
-    for (std::size_t i = 0; i < std::size(expected); ++i) {
+    Call const calls[] = {Call::RegisterProperty, Call::RegisterIteratedProperty,
+                          Call::RegisterProperty, Call::RegisterProperty,
+                          Call::RegisterProperty, Call::RegisterCast};
+    char const* const phrases[] = {"environment", "variable", "variable",
+                                   "name",        "value",    "string"};
+    for (std::size_t i = 0; i < std::size(calls); ++i) {
         Record const& r = log[i + 2];
-        Expected const& e = expected[i];
-        EXPECT_EQ(r.call, e.call) << i;
+        EXPECT_EQ(r.call, calls[i]) << i;
+        EXPECT_EQ(r.phrase, phrases[i]) << i;
         EXPECT_EQ(r.blockSize, 128u) << i;
-        EXPECT_EQ(r.phrase, e.phrase) << i;
-        EXPECT_EQ(r.plural, e.plural) << i;
-        EXPECT_EQ(r.indexType, e.index) << i;
-        EXPECT_EQ(r.objectType, e.object) << i;
-        EXPECT_EQ(r.resultType, e.result) << i;
         EXPECT_EQ(r.fingerprint, nullptr) << i;
     }
     EXPECT_EQ(log[3].stateSize, sizeof(environment_var_iterator));
 }
 
-TEST(EnvironmentVariables, IterationEndsAtTheFirstEmptyValue) {
+// Names, values and string forms are checked end to end; here only that
+// nothing is copied, and what the string form allocates.
+TEST(EnvironmentVariables, NamesAndValuesPointIntoTheEntries) {
     ScopedEnvironment env({"HOME=/Users/x", "A=b=c", "EMPTY=", "AFTER=1"});
+    fake::AllocationSizes().clear();
     std::vector<environment_variable> variables = Variables();
     ASSERT_EQ(variables.size(), 2u);
-    EXPECT_EQ(PropertyOf("name", variables[0]), "HOME");
-    EXPECT_EQ(PropertyOf("value", variables[0]), "/Users/x");
-    EXPECT_EQ(PropertyOf("name", variables[1]), "A");
-    EXPECT_EQ(PropertyOf("value", variables[1]), "b=c") << "later equals signs are the value's";
-    // Nothing is copied: the name and value point into the entry itself.
     EXPECT_EQ(reinterpret_cast<char const*>(variables[1].name.pointer), env.Entry(1));
     EXPECT_EQ(reinterpret_cast<char const*>(variables[1].value.pointer), env.Entry(1) + 2);
+    EXPECT_EQ(PropertyOf("value", variables[1]), "b=c");
+    EXPECT_EQ(StringOf(variables[0]), "HOME = /Users/x");
+    EXPECT_EQ(StringOf(variables[1]), "A = b=c");
+    EXPECT_EQ(fake::AllocationSizes(), (std::vector<unsigned long>{4 + 8 + 3, 1 + 3 + 3}));
 }
 
 TEST(EnvironmentVariables, MalformedEntriesEndTheIteration) {
@@ -168,17 +152,14 @@ TEST(EnvironmentVariables, MalformedEntriesEndTheIteration) {
     }
 }
 
-TEST(EnvironmentVariables, EveryWalkReadsTheLiveEnvironment) {
+TEST(EnvironmentVariables, FirstReloadsTheLiveEnvironment) {
     ScopedEnvironment first({"ONE=1", "TWO=2"});
-    EXPECT_EQ(Names(), (std::vector<std::string>{"ONE", "TWO"}));
-
     Record const& r = Registered(Call::RegisterIteratedProperty, "variable", "environment");
     environment const world = World();
     alignas(environment_var_iterator) unsigned char state[sizeof(environment_var_iterator)];
     r.construct(state);
     {
         ScopedEnvironment second({"THREE=3"});
-        EXPECT_EQ(Names(), std::vector<std::string>{"THREE"});
         environment_variable variable{};
         r.first(&variable, nullptr, &world, state, r.userData);
         EXPECT_EQ(Text(variable.name), "THREE") << "First reloads the array";
@@ -199,7 +180,6 @@ TEST(EnvironmentLookup, FindsSetNamesAndRefusesOthers) {
 
     EXPECT_EQ(PropertyOf("value", Lookup(longest)), "yes");
     EXPECT_THROW(Lookup(tooLong), NoSuchObject) << "a 2048-byte name is never looked up";
-    EXPECT_THROW(Lookup("UNSET"), NoSuchObject);
     EXPECT_THROW(Lookup(""), NoSuchObject);
     EXPECT_THROW(variable_of(nullptr, 0, environment{}), NoSuchObject);
 }
@@ -212,14 +192,4 @@ TEST(EnvironmentLookup, TheNameIsTheCallersIndexBytes) {
     EXPECT_EQ(static_cast<void const*>(home.name.pointer), static_cast<void const*>(index.data()));
     EXPECT_EQ(home.name.length, 9u) << "looked up to the NUL, named by the whole index";
     EXPECT_EQ(Text(home.value), "/Users/x");
-}
-
-TEST(EnvironmentStrings, StringFormJoinsNameAndValueWithSpacedEquals) {
-    ScopedEnvironment env({"HOME=/Users/x", "A=b=c"});
-    fake::AllocationSizes().clear();
-    std::vector<environment_variable> variables = Variables();
-    ASSERT_EQ(variables.size(), 2u);
-    EXPECT_EQ(StringOf(variables[0]), "HOME = /Users/x");
-    EXPECT_EQ(StringOf(variables[1]), "A = b=c");
-    EXPECT_EQ(fake::AllocationSizes(), (std::vector<unsigned long>{4 + 8 + 3, 1 + 3 + 3}));
 }
