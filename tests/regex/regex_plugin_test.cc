@@ -56,30 +56,15 @@ private:
     static inline LoadedPlugin* plugin_ = nullptr;
 };
 
-Answers Repeated(std::string const& answer, std::size_t count) {
-    return Answers(count, answer);
-}
-
 } // namespace
 
+// The plain relations are the examples of docs/regex.md, checked by the
+// guide test; these are the forms it does not show.
 TEST_F(RegexPlugin, RelationsOfStringsToPatterns) {
-    EXPECT_EQ(Evaluate(R"~("abc" = regex "a.c")~"), Answers{"True"});
-    EXPECT_EQ(Evaluate(R"~("abc" = regex "b")~"), Answers{"False"});
-    EXPECT_EQ(Evaluate(R"~(regex "a.c" = "abc")~"), Answers{"True"});
     EXPECT_EQ(Evaluate(R"~("abc" != regex "b")~"), Answers{"True"});
-    EXPECT_EQ(Evaluate(R"~("abc" starts with regex "b")~"), Answers{"False"});
-    EXPECT_EQ(Evaluate(R"~("abc" ends with regex "b|c")~"), Answers{"True"});
-    EXPECT_EQ(Evaluate(R"~("abcb" ends with regex "b")~"), Answers{"True"});
     EXPECT_EQ(Evaluate(R"~("abc" does not end with regex "b")~"), Answers{"True"});
-    EXPECT_EQ(Evaluate(R"~("" ends with regex "")~"), Answers{"True"});
-    EXPECT_EQ(Evaluate(R"~("x" contains regex "")~"), Answers{"True"});
-    EXPECT_EQ(Evaluate(R"~("xyz" contains regex "y+")~"), Answers{"True"});
-    EXPECT_EQ(Evaluate(R"~("ABC" = case insensitive regex "abc")~"), Answers{"True"});
-    EXPECT_EQ(Evaluate(R"~("ABC" = regex "abc")~"), Answers{"False"});
     EXPECT_EQ(Evaluate(R"~("ABC" = case insensitive regular expression "a.c")~"), Answers{"True"});
     EXPECT_EQ(Evaluate(R"~("abc" = regular expression "a.c")~"), Answers{"True"});
-    // A pattern is cut at an embedded NUL byte.
-    EXPECT_EQ(Evaluate(R"~("a" = regex "a%00b")~"), Answers{"True"});
     // A substring is matched as the piece it is, not as its whole.
     EXPECT_EQ(Evaluate(R"~(first "ab" of "abc" = regex "ab")~"), Answers{"True"});
     EXPECT_EQ(Evaluate(R"~(first "ab" of "abc" ends with regex "b$")~"), Answers{"True"});
@@ -100,14 +85,9 @@ TEST_F(RegexPlugin, EachRegexPhraseYieldsOneExpression) {
 }
 
 TEST_F(RegexPlugin, MatchesOverlapAndFirstMatchIsOne) {
-    EXPECT_EQ(Evaluate(R"~(matches (regex "a+") of "aaa")~"), (Answers{"aaa", "aa", "a"}));
     EXPECT_EQ(Evaluate(R"~(lengths of matches (regex "a+") of "baaa")~"), (Answers{"3", "2", "1"}));
     EXPECT_EQ(Evaluate(R"~(first matches (regex "a+") of "baaa")~"), Answers{"aaa"});
-    EXPECT_EQ(Evaluate(R"~(first match (regex "a+") of "baaa")~"), Answers{"aaa"});
-    EXPECT_EQ(Evaluate(R"~((start of it) of matches (regex "x*") of "ab")~"),
-              (Answers{"0", "1", "2"}));
     EXPECT_EQ(Evaluate(R"~(number of matches (regex "z") of "abc")~"), Answers{"0"});
-    EXPECT_EQ(Evaluate(R"~(exists first match (regex "z") of "abc")~"), Answers{"False"});
     EXPECT_EQ(Failure(R"~(first match (regex "z") of "abc")~").what(),
               std::string("Singular expression refers to nonexistent object."));
     EXPECT_EQ(Evaluate(R"~(matches (regex "a+") whose (length of it > 1) of "aaa")~"),
@@ -116,20 +96,11 @@ TEST_F(RegexPlugin, MatchesOverlapAndFirstMatchIsOne) {
 }
 
 TEST_F(RegexPlugin, PartsOfMatchesPointIntoLiveIteratorState) {
-    EXPECT_EQ(Evaluate(R"~(parenthesized parts of first match (regex "(a)|(b)") of "b")~"),
-              (Answers{"", "b"}));
-    EXPECT_EQ(Evaluate(R"~(parenthesized part 2 of first match (regex "(a)(b)") of "zab")~"),
-              Answers{"b"});
-    EXPECT_EQ(Evaluate(R"~(exists parenthesized part 3 of first match (regex "(a)(b)") of "ab")~"),
-              Answers{"False"});
     EXPECT_EQ(Evaluate(R"~(exists parenthesized part 0 of first match (regex "(a)(b)") of "ab")~"),
               Answers{"False"});
     // Every match keeps its own parts while it is looked at.
     EXPECT_EQ(Evaluate(R"~(parenthesized parts of matches (regex "(a)(b)?") of "aab")~"),
               (Answers{"a", "", "a", "b"}));
-    EXPECT_EQ(Evaluate(R"~((parenthesized part 1 of it & "-" & parenthesized part 2 of it) of )~"
-                       R"~(matches (regex "([a-z])([0-9])") of "a1 b2 c3")~"),
-              (Answers{"a-1", "b-2", "c-3"}));
     // A match searched again, and the parts of that.
     EXPECT_EQ(Evaluate(R"~(matches (regex "b+") of first match (regex "ab+") of "xabbb")~"),
               (Answers{"bbb", "bb", "b"}));
@@ -173,5 +144,5 @@ TEST_F(RegexPlugin, BudgetsStopLongScans) {
     roomy.budget.steps = 1000;
     EXPECT_EQ(Evaluate("\"" + std::string(50, 'a') + "b\" ends with regex \"a\"", roomy),
               Answers{"False"});
-    EXPECT_EQ(Evaluate("matches (regex \"a\") of \"aaa\"", roomy), Repeated("a", 3));
+    EXPECT_EQ(Evaluate("matches (regex \"a\") of \"aaa\"", roomy), (Answers{"a", "a", "a"}));
 }

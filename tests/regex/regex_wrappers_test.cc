@@ -5,7 +5,6 @@
 
 #include <cstring>
 #include <string>
-#include <type_traits>
 #include <utility>
 #include <vector>
 
@@ -23,16 +22,12 @@ std::string Message(int code) {
 } // namespace
 
 TEST(RegexWrappers, CompileFailuresCarryTheCodeAndTheLibraryMessage) {
-    static_assert(std::is_base_of_v<Regex_Failed, RegComp_Failed>);
-    static_assert(std::is_base_of_v<Regex_Failed, RegExec_Failed>);
-    static_assert(std::is_base_of_v<DebuggableException, Regex_Failed>);
     try {
         RegComp("(", REG_EXTENDED);
         FAIL() << "an unmatched parenthesis compiled";
     } catch (RegComp_Failed const& failure) {
         EXPECT_EQ(failure.Code(), REG_EPAREN);
         EXPECT_EQ(std::string(failure.what()), Message(REG_EPAREN));
-        EXPECT_FALSE(std::string(failure.what()).empty());
     }
     try {
         RegComp("a{2,1}", REG_EXTENDED);
@@ -41,7 +36,6 @@ TEST(RegexWrappers, CompileFailuresCarryTheCodeAndTheLibraryMessage) {
         EXPECT_EQ(failure.Code(), REG_BADBR);
         EXPECT_EQ(std::string(failure.what()), Message(REG_BADBR));
     }
-    EXPECT_NE(Message(REG_EPAREN), Message(REG_BADBR));
 }
 
 TEST(RegexWrappers, AutoRegexHandsItsPatternOverAndFreesItOnce) {
@@ -177,10 +171,8 @@ TEST(RegexWrappers, ErrorTextKeepsItsTerminatingNul) {
     for (int const code : std::vector<int>{REG_NOMATCH, REG_BADPAT, REG_EPAREN, REG_ESPACE}) {
         std::string const text = RegError(code);
         ASSERT_FALSE(text.empty());
-        EXPECT_EQ(text.back(), '\0') << code;
         EXPECT_EQ(std::strlen(text.c_str()) + 1, text.size()) << code;
         EXPECT_EQ(RegError(code, compiled.Get()), text);
         EXPECT_EQ(RegError(code, nullptr), text);
     }
-    EXPECT_NE(RegError(REG_EPAREN), RegError(REG_BADPAT));
 }
