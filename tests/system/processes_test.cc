@@ -280,14 +280,17 @@ TEST(ProcDirectoryTable, ListsProcessesAndSkipsEverythingElse) {
 TEST(ProcDirectoryTable, IsSizedFromTheSchedulingEntitiesWhenTheKernelCountsThem) {
     FakeProcDirectory proc;
     proc.Entry("1", "1 (init) S 0 1 1");
+    proc.Entry("20", "21 (other) S 0 21 21");
     platform::ProcDirectoryTable table(proc.root());
     std::size_t counted = 0;
     ASSERT_EQ(table.TableSize(counted), 0);
+    kinfo_proc record{};
+    EXPECT_FALSE(table.ReadProcess(20, record)) << "the file names another process";
 
     std::ofstream(proc.root() + "/loadavg") << "0.52 0.58 0.59 2/170 12345\n";
     std::size_t sized = 0;
     ASSERT_EQ(table.TableSize(sized), 0);
-    EXPECT_EQ(sized, counted - 1 + 170);
+    EXPECT_EQ(sized, counted - 2 + 170) << "two process directories were counted";
 
     std::ofstream(proc.root() + "/loadavg") << "not a load average\n";
     ASSERT_EQ(table.TableSize(sized), 0);
@@ -302,12 +305,4 @@ TEST(LoadAverageText, TheTotalOfTheFourthField) {
                             "0.52 0.58 0.59 2/99999999999999999999999 1"}) {
         EXPECT_EQ(platform::ParseSchedulingEntities(bad), std::nullopt) << bad;
     }
-}
-
-TEST(ProcDirectoryTable, AnIdWhoseFileNamesAnotherProcessIsNotThatProcess) {
-    FakeProcDirectory proc;
-    proc.Entry("20", "21 (other) S 0 21 21");
-    platform::ProcDirectoryTable table(proc.root());
-    kinfo_proc record{};
-    EXPECT_FALSE(table.ReadProcess(20, record));
 }
