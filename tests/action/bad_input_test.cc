@@ -70,15 +70,14 @@ TEST(BadInput, NulBytesAreOrdinaryBytesInCommandLines) {
 TEST(BadInput, NulBeforeCreateFileDelimiterEndsTheBody) {
     std::string const script("createfile until END\nab\0END\ndelete x", 36);
     EXPECT_THROW(ActionShellParser::GetNumberOfActionLines(script), MissingCreateFileEndDelimiter);
-    EXPECT_THROW(RunLikeHost(script), MissingCreateFileEndDelimiter);
     std::vector<std::string> lines;
     EXPECT_THROW(ActionShellParser::BuildCommandLineList(script, lines),
                  MissingCreateFileEndDelimiter);
     try {
         RunLikeHost(script);
-    } catch (ActionSyntaxError const& error) {
+        ADD_FAILURE() << "no exception";
+    } catch (MissingCreateFileEndDelimiter const& error) {
         EXPECT_EQ(error.GetLineNumber(), 2);
-        EXPECT_EQ(GetActionSyntaxErrorString(), "Non-specific syntax error.");
     }
 }
 
@@ -97,13 +96,6 @@ TEST(BadInput, MegabyteLinesAreReadWhole) {
     std::string const condition =
         "download http://s/a\ncontinue if " + Repeat("{(x ", kMegabyte / 4) + "size = 5)}\n";
     EXPECT_EQ(DownloadCount(condition), 1u);
-
-    // An unknown megabyte line with LF ends swallows the rest of the script.
-    ActionShellParser parser;
-    Stringy unknown(longWord + "\ndelete a");
-    EXPECT_THROW(parser.GetCommand(unknown), UnknownCommand);
-    EXPECT_TRUE(unknown.empty());
-    EXPECT_EQ(parser.GetCurrentArguments().Length(), kMegabyte + 9);
 }
 
 TEST(BadInput, HundredThousandNestedIfs) {
@@ -116,15 +108,6 @@ TEST(BadInput, HundredThousandNestedIfs) {
     EXPECT_EQ(ActionShellParser::GetNumberOfActionLines(balanced),
               static_cast<std::uint16_t>(2 * kDepth + 1));
     EXPECT_THROW(RunLikeHost(Repeat("if true\n", kDepth)), MissingEndif);
-    EXPECT_THROW(RunLikeHost(balanced + "endif\n"), EndifWithoutIf);
-}
-
-TEST(BadInput, CreateFileWithoutItsEnd) {
-    EXPECT_THROW(ActionShellParser::GetNumberOfActionLines("createfile until END\nbody\nbody\n"),
-                 MissingCreateFileDelimiter);
-    EXPECT_THROW(RunLikeHost("createfile until\n"), MissingCreateFileDelimiter);
-    EXPECT_THROW(DownloadCount("createfile until @@\n" + Repeat("line\n", 1000)),
-                 MissingCreateFileDelimiter);
 }
 
 TEST(BadInput, BinaryGarbageEndsInASyntaxErrorOrAResult) {

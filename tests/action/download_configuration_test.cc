@@ -41,6 +41,11 @@ TEST_F(DownloadConfigurationTest, SingleSourceGivesOneUrl) {
     EXPECT_EQ(AllSources(mirrored, "abc"), Sources{"http://mirror/3/7"});
     mirrored.ResetSourceList();
     EXPECT_EQ(AllSources(mirrored, "abc"), Sources{"http://mirror/3/7"});
+    // Setting the mirror goes back to a single source.
+    DownloadConfiguration reset;
+    reset.SetSingleSource(false);
+    reset.SetMirrorUrl("http://m", 1);
+    EXPECT_EQ(AllSources(reset, "abc"), Sources{"http://m/1/7"});
 }
 
 TEST_F(DownloadConfigurationTest, MultipleSourcesGoHashThenNumberThenDirect) {
@@ -71,13 +76,6 @@ TEST_F(DownloadConfigurationTest, NoMirrorAndNotDirectGivesNothing) {
     EXPECT_EQ(AllSources(config, "abc"), Sources{"http://origin/f.zip"});
 }
 
-TEST_F(DownloadConfigurationTest, SettingTheMirrorRestoresSingleSource) {
-    DownloadConfiguration config;
-    config.SetSingleSource(false);
-    config.SetMirrorUrl("http://m", 1);
-    EXPECT_EQ(AllSources(config, "abc"), Sources{"http://m/1/7"});
-}
-
 TEST_F(DownloadConfigurationTest, RedirectionRewritesOnlyPlainHttpOnTheSourcePort) {
     EXPECT_EQ(Transform("http://h:80/p"), "http://h:80/p"); // rule off
     DownloadConfiguration::SetPortRedirectionTunnel(80, 443);
@@ -87,11 +85,15 @@ TEST_F(DownloadConfigurationTest, RedirectionRewritesOnlyPlainHttpOnTheSourcePor
     EXPECT_EQ(Transform("HTTP://h:80/p"), "HTTP://h:80/p");
     EXPECT_EQ(Transform("http://h:8080/p"), "http://h:8080/p");
     EXPECT_EQ(Transform("http://h/p:80/"), "http://h/p:80/");
-    EXPECT_EQ(Transform("http://host"), "http://host");
     EXPECT_EQ(Transform("http://h"), "http://h");
     EXPECT_EQ(Transform(nullptr), "");
     EXPECT_EQ(Transform("http://h:99999999999999999999999980/p"),
               "http://h:99999999999999999999999980/p");
+    // One zero port turns the rule off.
+    DownloadConfiguration::SetPortRedirectionTunnel(80, 0);
+    EXPECT_EQ(Transform("http://h:80/p"), "http://h:80/p");
+    DownloadConfiguration::SetPortRedirectionTunnel(0, 443);
+    EXPECT_EQ(Transform("http://h:0/p"), "http://h:0/p");
 }
 
 TEST_F(DownloadConfigurationTest, RedirectionAppliesToEverySource) {
@@ -99,27 +101,4 @@ TEST_F(DownloadConfigurationTest, RedirectionAppliesToEverySource) {
     DownloadConfiguration config;
     config.SetMirrorUrl("http://relay:52311/mirror", 2);
     EXPECT_EQ(AllSources(config, "abc"), Sources{"https://relay:52312/mirror/2/7"});
-}
-
-TEST_F(DownloadConfigurationTest, OneZeroPortTurnsTheRuleOff) {
-    DownloadConfiguration::SetPortRedirectionTunnel(80, 443);
-    DownloadConfiguration::SetPortRedirectionTunnel(80, 0);
-    EXPECT_EQ(Transform("http://h:80/p"), "http://h:80/p");
-    DownloadConfiguration::SetPortRedirectionTunnel(0, 443);
-    EXPECT_EQ(Transform("http://h:0/p"), "http://h:0/p");
-}
-
-TEST_F(DownloadConfigurationTest, HostFlagsAndTextsAreStored) {
-    DownloadConfiguration::SetUseUrlMoniker(true);
-    DownloadConfiguration::SetUseDownloadService(true);
-    EXPECT_TRUE(DownloadConfiguration::GetUseUrlMoniker());
-    EXPECT_TRUE(DownloadConfiguration::GetUseDownloadService());
-    DownloadConfiguration::SetUseUrlMoniker(false);
-    DownloadConfiguration::SetUseDownloadService(false);
-    EXPECT_FALSE(DownloadConfiguration::GetUseUrlMoniker());
-    EXPECT_FALSE(DownloadConfiguration::GetUseDownloadService());
-    DownloadConfiguration config;
-    config.HostText(2) = "kept";
-    EXPECT_EQ(config.HostText(2).str(), "kept");
-    EXPECT_THROW(config.HostText(3), std::out_of_range);
 }

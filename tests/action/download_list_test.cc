@@ -50,36 +50,19 @@ protected:
 
 } // namespace
 
-TEST(DownloadFileInfo, ParsesSizeAndHashTexts) {
-    DownloadFileInfo info(" http://s/a.zip\t", "size: 1234 ", "sha256 : ABC ", "a.zip", false);
-    EXPECT_EQ(info.url.str(), "http://s/a.zip");
-    EXPECT_EQ(info.size.str(), "1234");
-    EXPECT_EQ(info.hashType.str(), "sha256");
-    EXPECT_EQ(info.hashValue.str(), "ABC");
-    EXPECT_EQ(info.name.str(), "a.zip");
-    EXPECT_FALSE(info.required);
-    EXPECT_FALSE(info.utility);
+TEST(DownloadFileInfo, ParsesSizeHashAndCommaSeparatedLines) {
+    DownloadFileInfo const separate(" http://s/a.zip\t", "size: 1234 ", "sha256 : ABC ", "a.zip",
+                                    false);
+    EXPECT_EQ(Describe(separate), "a.zip|http://s/a.zip|sha256|ABC|1234|opt");
+    EXPECT_FALSE(separate.utility);
+    // "null" is an unknown value; a text without its "kind:" prefix is none.
+    EXPECT_EQ(Describe(DownloadFileInfo("u", "size:null", "sha1:null", "n", true)),
+              "n|u|sha1|||req");
+    EXPECT_EQ(Describe(DownloadFileInfo("u", "77", "nocolon", "n", true)), "n|u||||req");
 
-    DownloadFileInfo unknown("u", "size:null", "sha1:null", "", true);
-    EXPECT_EQ(unknown.size.str(), "");
-    EXPECT_EQ(unknown.hashType.str(), "sha1");
-    EXPECT_EQ(unknown.hashValue.str(), "");
-    DownloadFileInfo bare("u", "77", "nocolon", "", true);
-    EXPECT_EQ(bare.size.str(), "");
-    EXPECT_EQ(bare.hashType.str(), "");
-    EXPECT_EQ(bare.hashValue.str(), "");
-}
-
-TEST(DownloadFileInfo, ParsesCommaSeparatedLines) {
-    DownloadFileInfo info(" 42 , sha1: abc , http://s/p/file.bin ");
-    EXPECT_EQ(info.size.str(), "42");
-    EXPECT_EQ(info.hashType.str(), "sha1");
-    EXPECT_EQ(info.hashValue.str(), "abc");
-    EXPECT_EQ(info.url.str(), "http://s/p/file.bin");
-    EXPECT_TRUE(info.required);
-    EXPECT_EQ(info.GetName().str(), "file.bin");
-    DownloadFileInfo withCommaInUrl("1,sha1:a,http://s/x?a=1,2");
-    EXPECT_EQ(withCommaInUrl.url.str(), "http://s/x?a=1,2");
+    EXPECT_EQ(Describe(DownloadFileInfo(" 42 , sha1: abc , http://s/p/file.bin ")),
+              "file.bin|http://s/p/file.bin|sha1|abc|42|req");
+    EXPECT_EQ(DownloadFileInfo("1,sha1:a,http://s/x?a=1,2").url.str(), "http://s/x?a=1,2");
     DownloadFileInfo sizeOnly("5");
     EXPECT_EQ(sizeOnly.size.str(), "5");
     EXPECT_EQ(sizeOnly.url.str(), "");
@@ -99,9 +82,6 @@ TEST(DownloadList, CountsFlagsAndRequiredEntries) {
     EXPECT_FALSE(list.SingleDownloadLessThan(99));
     list.Add(DownloadFileInfo("u3", "size:null", "sha1:c", "", true));
     EXPECT_FALSE(list.SingleDownloadLessThan(1000)); // two required
-    list.SetUtility(2);
-    EXPECT_TRUE(list.GetDownloadFileInfo(2).utility);
-    EXPECT_THROW(list.SetUtility(3), std::out_of_range);
     list.SetFlags(5);
     list.Reset();
     EXPECT_EQ(list.GetCount(), 0u);
@@ -120,53 +100,52 @@ TEST(InsureGoodName, AcceptsShortPlainNamesOnly) {
         EXPECT_THROW(parser.InsureGoodName(bad), DownloadNameError) << bad;
 }
 
-TEST(BuildMirrorDownloadList, PrefetchLinesGiveCompleteEntries) {
-    Built const built = Build(std::string("prefetch setup.pkg sha1:") + kDigest +
-                              " size:1048576 http://s/setup.pkg\nrun setup.pkg");
-    EXPECT_TRUE(built.any);
-    EXPECT_EQ(built.entries, Entries{std::string("setup.pkg|http://s/setup.pkg|sha1|") + kDigest +
-                                     "|1048576|req"});
-    EXPECT_EQ(built.version, "6.0.0.0");
-}
-
-TEST(BuildMirrorDownloadList, DownloadFollowedByContinueIfGivesTheSameEntry) {
-    Built const built = Build(std::string("download http://s/setup.pkg\n"
-                                          "continue if {(size of file \"setup.pkg\" = 1048576) "
-                                          "and (sha1 of file \"setup.pkg\" = \"") +
-                              kDigest + "\")}\n");
-    EXPECT_EQ(built.entries, Entries{std::string("setup.pkg|http://s/setup.pkg|sha1|") + kDigest +
-                                     "|1048576|req"});
-    EXPECT_EQ(built.version, "0.0.0.0");
-}
-
-TEST(BuildMirrorDownloadList, ContinueIfAcceptsIsAndEqualsInAnyOrder) {
-    Built const built = Build("download as f.bin http://s/x\n"
-                              "continue if {sha1 of file \"f.bin\" IS \"ab\" AND size of file "
-                              "\"f.bin\" equals 7}\n");
-    EXPECT_EQ(built.entries, Entries{"f.bin|http://s/x|sha1|ab|7|req"});
-}
-
-TEST(BuildMirrorDownloadList, TwoDownloadsInARowHaveNoHashOrSize) {
-    Built const built = Build("download save http://s/a\ndownload open http://s/b\n");
-    EXPECT_EQ(built.entries, (Entries{"a|http://s/a|sha1|||req", "b|http://s/b|sha1|||req"}));
-}
-
-TEST(BuildMirrorDownloadList, DownloadNowAddsNothing) {
-    Built const built = Build("download now http://s/a\ncontinue if {sha1 of x = 1}");
-    EXPECT_FALSE(built.any);
-    EXPECT_EQ(built.entries, Entries{});
-}
-
-TEST(BuildMirrorDownloadList, FalseBranchDownloadsAreNotRequired) {
-    Built const built = Build("if cond\ndownload http://s/a\nelse\ndownload http://s/b\nendif");
-    // The base parser takes every if; only the else branch is false.
-    EXPECT_EQ(built.entries, (Entries{"a|http://s/a|sha1|||req", "b|http://s/b|sha1|||opt"}));
-}
-
-TEST(BuildMirrorDownloadList, ContinueIfInFalseBranchStillFillsThePendingDownload) {
-    Built const built =
-        Build("download http://s/a\nif x\nelse\ncontinue if {size of file = 3}\nendif\n");
-    EXPECT_EQ(built.entries, Entries{"a|http://s/a|sha1||3|req"});
+TEST(BuildMirrorDownloadList, ListsEachDownloadWithItsHashAndSize) {
+    std::string const full =
+        std::string("setup.pkg|http://s/setup.pkg|sha1|") + kDigest + "|1048576|req";
+    struct Case {
+        std::string script;
+        Entries entries;
+        char const* version; // the highest minimum; null when not checked
+    };
+    for (Case const& c : std::vector<Case>{
+             {std::string("prefetch setup.pkg sha1:") + kDigest +
+                  " size:1048576 http://s/setup.pkg\nrun setup.pkg",
+              {full},
+              "6.0.0.0"},
+             // A following continue if gives the same facts as a prefetch line.
+             {std::string("download http://s/setup.pkg\n"
+                          "continue if {(size of file \"setup.pkg\" = 1048576) "
+                          "and (sha1 of file \"setup.pkg\" = \"") +
+                  kDigest + "\")}\n",
+              {full},
+              "0.0.0.0"},
+             {"download as f.bin http://s/x\n"
+              "continue if {sha1 of file \"f.bin\" IS \"ab\" AND size of file "
+              "\"f.bin\" equals 7}\n",
+              {"f.bin|http://s/x|sha1|ab|7|req"},
+              nullptr},
+             {"download save http://s/a\ndownload open http://s/b\n",
+              {"a|http://s/a|sha1|||req", "b|http://s/b|sha1|||req"},
+              nullptr},
+             {"download now http://s/a\ncontinue if {sha1 of x = 1}", {}, nullptr},
+             // The base parser takes every if; only the else branch is false.
+             {"if cond\ndownload http://s/a\nelse\ndownload http://s/b\nendif",
+              {"a|http://s/a|sha1|||req", "b|http://s/b|sha1|||opt"},
+              nullptr},
+             // A continue if in a false branch still fills the pending download.
+             {"download http://s/a\nif x\nelse\ncontinue if {size of file = 3}\nendif\n",
+              {"a|http://s/a|sha1||3|req"},
+              nullptr},
+             {"delete a\nnotify client\n", {}, "6.0.14.0"},
+         }) {
+        Built const built = Build(c.script);
+        EXPECT_EQ(built.any, !c.entries.empty()) << c.script;
+        EXPECT_EQ(built.entries, c.entries) << c.script;
+        if (c.version) {
+            EXPECT_EQ(built.version, c.version) << c.script;
+        }
+    }
 }
 
 TEST(BuildMirrorDownloadList, PrefetchFaultsThrowWithTheirLine) {
@@ -196,13 +175,6 @@ TEST(BuildMirrorDownloadList, CreateFileInFalseBranchIsSkippedTwice) {
     Built const built = Build(script);
     EXPECT_EQ(built.entries, Entries{"seen|http://s/seen|sha1|||req"});
     EXPECT_EQ(ActionShellParser::GetNumberOfActionLines(script), 9);
-
-    MirrorDownloadActionParser parser;
-    DownloadList list;
-    WinVersion version;
-    EXPECT_THROW(parser.BuildMirrorDownloadList(
-                     "if x\nelse\ncreatefile until END\nbody\nEND\nendif\n", list, version),
-                 MissingCreateFileDelimiter);
 }
 
 TEST(BuildMirrorDownloadList, ParameterLinesReachTheHostOnlyInTrueBlocks) {
@@ -212,10 +184,4 @@ TEST(BuildMirrorDownloadList, ParameterLinesReachTheHostOnlyInTrueBlocks) {
     EXPECT_FALSE(parser.BuildMirrorDownloadList(
         "parameter \"a\"=\"1\"\nif x\nelse\nparameter \"b\"=\"2\"\nendif", list, version));
     EXPECT_EQ(parser.parameters, std::vector<std::string>{"\"a\"=\"1\""});
-}
-
-TEST(BuildMirrorDownloadList, VersionIsTheScriptsHighestMinimum) {
-    EXPECT_EQ(Build("delete a\nnotify client\n").version, "6.0.14.0");
-    EXPECT_EQ(Build("").version, "0.0.0.0");
-    EXPECT_FALSE(Build("").any);
 }

@@ -53,13 +53,19 @@ TEST(WinVersion, AsStringPrintsCountComponents) {
 }
 
 TEST(WinVersion, ComparisonsLookAtCommonComponentsOnly) {
-    EXPECT_TRUE(Parse("6.0.14.0") < Parse("6.0.15"));
-    EXPECT_FALSE(Parse("6.1") < Parse("6.0.14.0"));
-    EXPECT_TRUE(Parse("5") <= Parse("5.9"));
-    EXPECT_FALSE(Parse("5") < Parse("5.9"));
-    EXPECT_TRUE(Parse("6.0") == Parse("6.0.14.0"));
-    EXPECT_FALSE(Parse("6.1") == Parse("6.0.14.0"));
-    EXPECT_TRUE(Parse("2.9") < Parse("2.10"));
-    EXPECT_FALSE(Parse("7") <= Parse("6.9"));
-    EXPECT_TRUE(Parse("6.9") <= Parse("7"));
+    // left, right, left < right, left <= right, left == right
+    struct Case {
+        char const* left;
+        char const* right;
+        bool less, lessOrEqual, equal;
+    };
+    for (Case const& c :
+         {Case{"6.0.14.0", "6.0.15", true, true, false},
+          Case{"6.1", "6.0.14.0", false, false, false}, Case{"5", "5.9", false, true, true},
+          Case{"2.9", "2.10", true, true, false}, Case{"7", "6.9", false, false, false},
+          Case{"6.9", "7", true, true, false}}) {
+        EXPECT_EQ(Parse(c.left) < Parse(c.right), c.less) << c.left << " " << c.right;
+        EXPECT_EQ(Parse(c.left) <= Parse(c.right), c.lessOrEqual) << c.left << " " << c.right;
+        EXPECT_EQ(Parse(c.left) == Parse(c.right), c.equal) << c.left << " " << c.right;
+    }
 }
