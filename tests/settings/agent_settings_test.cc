@@ -33,14 +33,6 @@ template <class Body> int InChild(std::filesystem::path const& folder, Body body
 
 } // namespace
 
-TEST(OptionList, HoldsTheMovedOptionsInOrder) {
-    EXPECT_EQ(sOptionsToUpdate.size(), 22u);
-    EXPECT_STREQ(sOptionsToUpdate.front(), "HostSelector");
-    EXPECT_STREQ(sOptionsToUpdate[18], "ActionLockController");
-    EXPECT_STREQ(sOptionsToUpdate[19], "__LockState");
-    EXPECT_STREQ(sOptionsToUpdate.back(), "ActionPostponedBootTime");
-}
-
 TEST_F(MoveOptionsTest, MovesPresentOptionsOnceKeepingTheirDates) {
     Instant dated(123456789);
     settings_.Set("Client", "ListenPort", "52311", dated);

@@ -99,13 +99,9 @@ std::filesystem::path FastFolder() {
                : std::filesystem::temp_directory_path();
 }
 
-class KillWriterTest : public ::testing::Test {
+class KillWriterTest : public PreferencesFolderTest {
 protected:
-    KillWriterTest() { EXPECT_TRUE(SetPreferencesFolder(folder_.Path())); }
-    ~KillWriterTest() override { SetPreferencesFolder({}); }
-    std::filesystem::path DomainFile(std::string const& applicationId) const {
-        return folder_.Path() / (applicationId + ".plist");
-    }
+    KillWriterTest() : PreferencesFolderTest(FastFolder()) {}
 
     // Each round starts from a whole version and starts the writers. Once a
     // writer has flushed twice (which gives the length of one flush cycle),
@@ -141,8 +137,6 @@ protected:
             seen.insert(WholeVersionIn(file));
         }
     }
-
-    TemporaryFolder folder_{FastFolder()};
 };
 
 } // namespace

@@ -134,15 +134,6 @@ TEST_F(PreferenceDomainTest, FailedWriteKeepsValuesPendingUntilReported) {
     EXPECT_TRUE(domain.PendingKeys().empty());
 }
 
-TEST_F(PreferenceDomainTest, StaleTemporariesAreRemovedByTheNextWriter) {
-    std::filesystem::path file = DomainFile("test.domain");
-    WriteBytes(file.string() + ".tmp.XYZ123", "left by a killed writer");
-    PreferenceDomain domain(file);
-    domain.SetValue("Key", Text("value"));
-    domain.Synchronize();
-    EXPECT_FALSE(std::filesystem::exists(file.string() + ".tmp.XYZ123"));
-}
-
 TEST_F(PreferenceDomainTest, DestructionWritesWhatIsPending) {
     std::filesystem::path file = DomainFile("test.domain");
     {

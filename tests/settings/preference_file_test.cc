@@ -48,13 +48,6 @@ TEST(PreferenceFile, AtomicWriteCreatesFolderAndLeavesOnlyTheFile) {
     EXPECT_EQ(Names(file.parent_path()), std::vector<std::string>{"domain.plist"});
 }
 
-TEST(PreferenceFile, WriteIntoAFolderThatCannotExistFails) {
-    TemporaryFolder folder;
-    WriteBytes(folder.Path() / "plain", "not a folder");
-    EXPECT_THROW(WriteFileAtomically(folder.Path() / "plain" / "domain.plist", "x"),
-                 PreferenceFileError);
-}
-
 TEST(PreferenceFile, KeepAsideNeverOverwritesAnEarlierCopy) {
     TemporaryFolder folder;
     std::filesystem::path file = folder.Path() / "domain.plist";

@@ -97,17 +97,6 @@ TEST(PropertyListDates, HostileStoredDatesAreClampedOnRead) {
     }
 }
 
-TEST(PropertyListDates, XmlKeepsWholeSeconds) {
-    AutoCFPropertyList date = MakeCFDate(Instant(600000000LL * 1000000 + 654321));
-    char* xml = nullptr;
-    uint32_t length = 0;
-    plist_to_xml(date.Get(), &xml, &length);
-    std::string text(xml, length);
-    plist_to_xml_free(xml);
-    AutoCFPropertyList back = ParsePropertyList(text);
-    EXPECT_EQ(CFDateToInstant(back.Get()), Instant(600000000LL * 1000000));
-}
-
 TEST(PropertyListParsing, RejectsWhatIsNotAPropertyList) {
     AutoCFPropertyList dictionary(plist_new_dict());
     plist_dict_set_item(dictionary.Get(), "key", plist_new_string("value"));

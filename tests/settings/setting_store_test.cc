@@ -47,20 +47,6 @@ std::vector<Seen> Visit(WrappedSettingIterator<CFPreferenceSettingIterator> iter
 
 } // namespace
 
-TEST(CFPreferenceSettingConstruction, DefaultsAreTombstonesWithoutDate) {
-    CFPreferenceSetting none;
-    EXPECT_EQ(none.Value(), "");
-    EXPECT_EQ(none.Date(), Instant::First());
-    EXPECT_TRUE(none.Deleted());
-    CFPreferenceSetting live("v", At(5));
-    EXPECT_FALSE(live.Deleted());
-    EXPECT_EQ(live.Date(), At(5));
-    CFPreferenceSetting cleared(At(7));
-    EXPECT_TRUE(cleared.Deleted());
-    EXPECT_EQ(cleared.Value(), "");
-    EXPECT_EQ(cleared.Date(), At(7));
-}
-
 TEST_F(SettingStoreTest, MissingKeyGivesEmptyIterators) {
     auto store = NewStore();
     EXPECT_TRUE(store->FindSection("Client").AtEnd());
@@ -183,26 +169,19 @@ TEST_F(SettingStoreTest, FlushWritesTheLayoutAndReadsBackExactly) {
 }
 
 TEST_F(SettingStoreTest, ReadBackRulesForEachShapeOfEntry) {
-    AutoCFPropertyList section(plist_new_dict());
-    auto add = [&](char const* name, bool value, bool date) {
-        plist_t entry = plist_new_dict();
-        if (value) {
-            plist_dict_set_item(entry, "Value", plist_new_string(name));
-        }
-        if (date) {
-            plist_dict_set_item(entry, "Date", plist_new_date(1, 0));
-        }
-        plist_dict_set_item(section.Get(), name, entry);
-    };
-    add("both", true, true);
-    add("value", true, false);
-    add("date", false, true);
-    add("neither", false, false);
+    std::string xml = "<plist><dict>"
+                      "<key>both</key><dict><key>Value</key><string>both</string>"
+                      "<key>Date</key><date>2001-01-01T00:00:01Z</date></dict>"
+                      "<key>value</key><dict><key>Value</key><string>value</string></dict>"
+                      "<key>date</key><dict><key>Date</key><date>2001-01-01T00:00:01Z</date></dict>"
+                      "<key>neither</key><dict/></dict></plist>";
+    AutoCFPropertyList section = ParsePropertyList(xml);
     auto settings = ConvertCFPropertyList<CFPreferenceSettingMap>(section.Get());
     EXPECT_EQ(settings.at("both"), CFPreferenceSetting("both", At(1000000)));
     EXPECT_EQ(settings.at("value"), CFPreferenceSetting("value", Instant::First()));
     EXPECT_EQ(settings.at("date"), CFPreferenceSetting(At(1000000)));
     EXPECT_EQ(settings.at("neither"), CFPreferenceSetting());
+    EXPECT_TRUE(settings.at("neither").Deleted()) << "no value is a tombstone";
 
     // Each shape is written back as it was read.
     std::string bytes = SerializeBinaryPropertyList(MakeCFDictionary(settings).Get());
@@ -212,16 +191,10 @@ TEST_F(SettingStoreTest, ReadBackRulesForEachShapeOfEntry) {
 }
 
 TEST_F(SettingStoreTest, WrongTypesStartEmptyAndTheFileIsKeptAside) {
-    AutoCFPropertyList root(plist_new_dict());
-    AutoCFPropertyList sections(plist_new_dict());
-    plist_t section = plist_new_dict();
-    plist_t entry = plist_new_dict();
-    plist_dict_set_item(entry, "Value", plist_new_uint(42)); // not text
-    plist_dict_set_item(section, "n", entry);
-    plist_dict_set_item(sections.Get(), "S", section);
-    plist_dict_set_item(root.Get(), kKey, sections.Release());
-    plist_dict_set_item(root.Get(), "Untouched", plist_new_string("kept"));
-    std::string original = SerializeBinaryPropertyList(root.Get());
+    std::string const original = "<plist><dict><key>Settings</key><dict><key>S</key><dict>"
+                                 "<key>n</key><dict><key>Value</key><integer>42</integer></dict>"
+                                 "</dict></dict><key>Untouched</key><string>kept</string>"
+                                 "</dict></plist>";
     WriteBytes(DomainFile(kDomain), original);
 
     auto store = Reopened();
@@ -276,12 +249,6 @@ TEST_F(SettingStoreTest, RenameSectionCopiesButReachesDiskOnlyWithAnotherChange)
     store = NewStore();
     store->RenameSection("Missing", "Nowhere");
     EXPECT_TRUE(store->FindSection("Nowhere").AtEnd());
-}
-
-TEST_F(SettingStoreTest, UnflushedChangesReachDiskWhenTheDomainIsWritten) {
-    NewStore()->Set("S", "n", "set, never flushed", At(4));
-    StartOver(); // as at exit: the preference layer writes what it was handed
-    EXPECT_EQ(NewStore()->FindItem("S", "n").Value().str(), "set, never flushed");
 }
 
 TEST_F(SettingStoreTest, StoresOfOneDomainKeepEachOthersKeys) {

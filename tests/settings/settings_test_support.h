@@ -43,7 +43,11 @@ private:
 // from before the derived fixture's stores are built until after they are gone.
 class PreferencesFolderTest : public ::testing::Test {
 protected:
-    PreferencesFolderTest() { EXPECT_TRUE(SetPreferencesFolder(folder_.Path())); }
+    explicit PreferencesFolderTest(
+        std::filesystem::path const& base = std::filesystem::temp_directory_path())
+        : folder_(base) {
+        EXPECT_TRUE(SetPreferencesFolder(folder_.Path()));
+    }
     ~PreferencesFolderTest() override { SetPreferencesFolder({}); }
 
     std::filesystem::path DomainFile(std::string const& applicationId) const {
