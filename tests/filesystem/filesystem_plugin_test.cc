@@ -9,7 +9,6 @@
 #include <fcntl.h>
 #include <filesystem>
 #include <functional>
-#include <optional>
 #include <string>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -18,6 +17,7 @@
 #include <openssl/evp.h>
 
 #include "evaluator/evaluator.h"
+#include "tests/environment/scoped_environment.h"
 #include "tests/files/temp_tree.h"
 #include "tests/framework/loaded_plugin.h"
 
@@ -280,35 +280,11 @@ TEST_F(FilesystemPlugin, VersionsOfObjectsFilesAndDamagedBundles) {
     EXPECT_EQ(One("exists bundle version of " + Of("file", "libdemo.so.4.5.6")), "False");
 }
 
-// Sets XDG variables for a scope and puts the old values back.
-class ScopedXdg {
-public:
-    explicit ScopedXdg(TempTree const& tree) {
-        Set("XDG_CONFIG_HOME", tree.Path("config"));
-        Set("XDG_CONFIG_DIRS", tree.Path("etc"));
-        Set("XDG_DATA_HOME", tree.Path("data"));
-        Set("XDG_DATA_DIRS", tree.Path("share"));
-        Set("XDG_CURRENT_DESKTOP", "Test");
-    }
-    ~ScopedXdg() {
-        for (auto const& [name, value] : saved_) {
-            value ? setenv(name.c_str(), value->c_str(), 1) : unsetenv(name.c_str());
-        }
-    }
-    ScopedXdg(ScopedXdg const&) = delete;
-    ScopedXdg& operator=(ScopedXdg const&) = delete;
-
-private:
-    void Set(std::string const& name, std::string const& value) {
-        char const* old = std::getenv(name.c_str());
-        saved_.emplace_back(name, old ? std::optional<std::string>(old) : std::nullopt);
-        setenv(name.c_str(), value.c_str(), 1);
-    }
-    std::vector<std::pair<std::string, std::optional<std::string>>> saved_;
-};
-
 TEST_F(FilesystemPlugin, DefaultWebBrowserFromTheXdgDefaults) {
-    ScopedXdg xdg(tree_);
+    ScopedEnvironment xdg({"XDG_CONFIG_HOME=" + tree_.Path("config"),
+                           "XDG_CONFIG_DIRS=" + tree_.Path("etc"),
+                           "XDG_DATA_HOME=" + tree_.Path("data"),
+                           "XDG_DATA_DIRS=" + tree_.Path("share"), "XDG_CURRENT_DESKTOP=Test"});
     EXPECT_EQ(One("exists default web browser"), "False");
     std::string entry =
         tree_.Write("share/applications/web.desktop", "[Desktop Entry]\nExec=web\n");
