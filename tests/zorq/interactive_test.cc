@@ -8,6 +8,7 @@
 #include <poll.h>
 #include <pty.h>
 #include <sys/wait.h>
+#include <termios.h>
 #include <unistd.h>
 
 namespace zorq::testing {
@@ -59,13 +60,16 @@ public:
     }
 
     // Ends input at the next prompt and returns the exit status, or -1 when
-    // zorq is still running ten seconds later. An end-of-file typed while
-    // zorq is busy could be lost when the line editor switches the terminal
-    // mode, so it is typed only once the prompt shows zorq is reading.
+    // zorq is still running ten seconds later. The terminal only reads an
+    // end-of-file as one once the line editor has switched it out of
+    // line-by-line mode (before that it becomes a stray byte in the line),
+    // and the prompt can show before the switch, so the switch is awaited.
     int finish() {
         readUntil("Q: ");
-        type("\x04");
         auto const deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+        while (readsLineByLine() && std::chrono::steady_clock::now() < deadline)
+            drain(10);
+        type("\x04");
         int status = 0;
         while (waitpid(pid_, &status, WNOHANG) == 0) {
             if (std::chrono::steady_clock::now() > deadline)
@@ -79,6 +83,11 @@ public:
 
 private:
     bool readSome() { return readWithin(5000); }
+
+    bool readsLineByLine() const {
+        termios modes{};
+        return tcgetattr(master_, &modes) == 0 && (modes.c_lflag & ICANON) != 0;
+    }
 
     // Reads whatever output arrives within the timeout, until none does.
     void drain(int milliseconds) {
