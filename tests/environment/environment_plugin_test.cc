@@ -13,19 +13,7 @@ namespace {
 
 using Answers = std::vector<std::string>;
 
-class EnvironmentPlugin : public testing::Test {
-protected:
-    static void SetUpTestSuite() { plugin_ = new LoadedPlugin(ZOR_PLUGIN_PATH); }
-    static void TearDownTestSuite() {
-        delete plugin_;
-        plugin_ = nullptr;
-    }
-
-    static Answers Evaluate(char const* text) { return zor::Expression::compile(text).answers(); }
-
-private:
-    static inline LoadedPlugin* plugin_ = nullptr;
-};
+class EnvironmentPlugin : public PluginSuite {};
 
 } // namespace
 

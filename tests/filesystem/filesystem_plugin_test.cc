@@ -25,17 +25,8 @@ namespace {
 
 using Answers = std::vector<std::string>;
 
-class FilesystemPlugin : public testing::Test {
+class FilesystemPlugin : public PluginSuite {
 protected:
-    static void SetUpTestSuite() { plugin_ = new LoadedPlugin(ZOR_PLUGIN_PATH); }
-    static void TearDownTestSuite() {
-        delete plugin_;
-        plugin_ = nullptr;
-    }
-
-    static Answers Evaluate(std::string const& text, zor::EvaluationOptions const& options = {}) {
-        return zor::Expression::compile(text).answers(options);
-    }
     static std::string One(std::string const& text) {
         Answers answers = Evaluate(text);
         return answers.size() == 1 ? answers.front() : "(" + std::to_string(answers.size()) + ")";
@@ -55,9 +46,6 @@ protected:
     }
 
     TempTree tree_;
-
-private:
-    static inline LoadedPlugin* plugin_ = nullptr;
 };
 
 std::string Digest(EVP_MD const* algorithm, std::string const& bytes) {

@@ -2,8 +2,13 @@
 #pragma once
 
 #include <dlfcn.h>
+#include <gtest/gtest.h>
+#include <memory>
 #include <stdexcept>
 #include <string>
+#include <vector>
+
+#include "evaluator/evaluator.h"
 
 class LoadedPlugin {
 public:
@@ -26,3 +31,21 @@ public:
 private:
     void* handle_;
 };
+
+#ifdef ZOR_PLUGIN_PATH
+// A test suite with the plug-in loaded from its first test to its last.
+class PluginSuite : public testing::Test {
+protected:
+    using Answers = std::vector<std::string>;
+
+    static void SetUpTestSuite() { plugin_ = std::make_unique<LoadedPlugin>(ZOR_PLUGIN_PATH); }
+    static void TearDownTestSuite() { plugin_.reset(); }
+
+    static Answers Evaluate(std::string const& text, zor::EvaluationOptions const& options = {}) {
+        return zor::Expression::compile(text).answers(options);
+    }
+
+private:
+    static inline std::unique_ptr<LoadedPlugin> plugin_;
+};
+#endif

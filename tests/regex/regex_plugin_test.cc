@@ -15,18 +15,8 @@ namespace {
 
 using Answers = std::vector<std::string>;
 
-class RegexPlugin : public testing::Test {
+class RegexPlugin : public PluginSuite {
 protected:
-    static void SetUpTestSuite() { plugin_ = new LoadedPlugin(ZOR_PLUGIN_PATH); }
-    static void TearDownTestSuite() {
-        delete plugin_;
-        plugin_ = nullptr;
-    }
-
-    static Answers Evaluate(std::string const& text, zor::EvaluationOptions const& options = {}) {
-        return zor::Expression::compile(text).answers(options);
-    }
-
     // The error an evaluation fails with.
     static zor::ExpressionError Failure(std::string const& text,
                                         zor::EvaluationOptions const& options = {}) {
@@ -51,9 +41,6 @@ protected:
         }
         throw std::runtime_error("bound: " + text);
     }
-
-private:
-    static inline LoadedPlugin* plugin_ = nullptr;
 };
 
 } // namespace

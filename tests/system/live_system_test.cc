@@ -27,17 +27,7 @@ using system_test::One;
 
 namespace {
 
-class LiveSystem : public testing::Test {
-protected:
-    static void SetUpTestSuite() { plugin_ = new LoadedPlugin(ZOR_PLUGIN_PATH); }
-    static void TearDownTestSuite() {
-        delete plugin_;
-        plugin_ = nullptr;
-    }
-
-private:
-    static inline LoadedPlugin* plugin_ = nullptr;
-};
+class LiveSystem : public PluginSuite {};
 
 std::string FileText(char const* path) {
     std::ifstream file(path);
