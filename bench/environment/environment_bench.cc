@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <unistd.h>
 
+#include "bench/util/evaluate.h"
 #include "evaluator/errors.h"
 #include "evaluator/evaluator.h"
 #include "tests/framework/loaded_plugin.h"
@@ -14,15 +15,6 @@ namespace {
 
 LoadedPlugin const plugin(ZOR_PLUGIN_PATH);
 
-void Evaluate(benchmark::State& state, char const* text) {
-    zor::Expression const expression = zor::Expression::compile(text);
-    zor::EvaluationOptions const options;
-    for (auto _ : state) {
-        expression.evaluate(
-            options, [](zor::Answer const& answer) { benchmark::DoNotOptimize(answer.bytes()); });
-    }
-}
-
 void BM_Getenv(benchmark::State& state) {
     for (auto _ : state) {
         benchmark::DoNotOptimize(std::getenv("HOME"));
@@ -30,7 +22,7 @@ void BM_Getenv(benchmark::State& state) {
 }
 
 void BM_BoundValueOfVariable(benchmark::State& state) {
-    Evaluate(state, "value of variable \"HOME\" of environment");
+    EvaluateBoundExpression(state, "value of variable \"HOME\" of environment");
 }
 
 void BM_EnvironWalk(benchmark::State& state) {
@@ -44,7 +36,7 @@ void BM_EnvironWalk(benchmark::State& state) {
 }
 
 void BM_NumberOfVariables(benchmark::State& state) {
-    Evaluate(state, "number of variables of environment");
+    EvaluateBoundExpression(state, "number of variables of environment");
 }
 
 // Every iteration ends with a thrown NoSuchObject; this is that signal's

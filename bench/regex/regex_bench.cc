@@ -11,6 +11,7 @@
 #include <string>
 #include <vector>
 
+#include "bench/util/evaluate.h"
 #include "bench/util/ratio_reporter.h"
 #include "evaluator/evaluator.h"
 #include "tests/framework/loaded_plugin.h"
@@ -61,12 +62,7 @@ void RawSearch(benchmark::State& state, bool offsets) {
 // The phrase, bound once and evaluated per iteration (its pattern is compiled
 // in every evaluation).
 void Phrase(benchmark::State& state, std::string const& text) {
-    zor::Expression const expression = zor::Expression::compile(text);
-    zor::EvaluationOptions const options;
-    for (auto _ : state) {
-        expression.evaluate(
-            options, [](zor::Answer const& answer) { benchmark::DoNotOptimize(answer.bytes()); });
-    }
+    EvaluateBoundExpression(state, text);
     state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations() * Subject().size()));
 }
 

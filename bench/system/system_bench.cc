@@ -15,6 +15,7 @@
 #include <unistd.h>
 #include <vector>
 
+#include "bench/util/evaluate.h"
 #include "bench/util/ratio_reporter.h"
 #include "evaluator/evaluator.h"
 #include "tests/framework/loaded_plugin.h"
@@ -22,15 +23,6 @@
 namespace {
 
 LoadedPlugin const plugin(ZOR_PLUGIN_PATH);
-
-void Evaluate(benchmark::State& state, char const* text) {
-    zor::Expression const expression = zor::Expression::compile(text);
-    zor::EvaluationOptions const options;
-    for (auto _ : state) {
-        expression.evaluate(
-            options, [](zor::Answer const& answer) { benchmark::DoNotOptimize(answer.bytes()); });
-    }
-}
 
 struct Process {
     int pid;
@@ -76,7 +68,7 @@ void BM_PlainProcCount(benchmark::State& state) {
 }
 
 void BM_NumberOfProcesses(benchmark::State& state) {
-    Evaluate(state, "number of processes");
+    EvaluateBoundExpression(state, "number of processes");
 }
 
 void BM_PlainProcNames(benchmark::State& state) {
@@ -90,7 +82,7 @@ void BM_PlainProcNames(benchmark::State& state) {
 }
 
 void BM_NamesOfProcesses(benchmark::State& state) {
-    Evaluate(state, "names of processes");
+    EvaluateBoundExpression(state, "names of processes");
 }
 
 void BM_PlainGetifaddrsAddresses(benchmark::State& state) {
@@ -110,7 +102,7 @@ void BM_PlainGetifaddrsAddresses(benchmark::State& state) {
 }
 
 void BM_AddressesOfIpInterfaces(benchmark::State& state) {
-    Evaluate(state, "addresses of ip interfaces of network");
+    EvaluateBoundExpression(state, "addresses of ip interfaces of network");
 }
 
 void BM_PlainUptimeClocks(benchmark::State& state) {
@@ -124,7 +116,7 @@ void BM_PlainUptimeClocks(benchmark::State& state) {
 }
 
 void BM_UptimeOfOperatingSystem(benchmark::State& state) {
-    Evaluate(state, "uptime of operating system");
+    EvaluateBoundExpression(state, "uptime of operating system");
 }
 
 } // namespace
