@@ -9,3 +9,8 @@ public:
     virtual InspectorSettingStore& Settings() const;
     virtual ~ZORSettingsContext() = default;
 };
+
+// The stores reached through the agent's settings context; NoInspectorContext
+// without one.
+InspectorSettingStore& GetSettingStore();
+InspectorSettingStore& GetSitesStore();
