@@ -2,6 +2,7 @@
 
 #include "evaluator/helpers.h"
 #include "framework/memory.h"
+#include "framework/moments.h"
 #include "framework/prop.h"
 
 setting::setting(WrappedSettingIterator<CFPreferenceSettingIterator> position_)
@@ -39,7 +40,7 @@ moment DateOf(setting const& item) {
     Instant const date = item.position.Date();
     if (date == Instant::First())
         throw NoSuchObject();
-    return january_1_1970() + microsecond_of() * date.UnixMicroseconds();
+    return AsMoment(date);
 }
 
 } // namespace
