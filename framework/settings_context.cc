@@ -5,11 +5,3 @@
 InspectorSettingStore& ZORSettingsContext::Settings() const {
     return MacintoshPlatform::ZORSettingStore();
 }
-
-InspectorSettingStore& GetSettingStore() {
-    return *GetInspectorContext<InspectorSettingsContext>().GetInspectorSettingStore();
-}
-
-InspectorSettingStore& GetSitesStore() {
-    return *GetInspectorContext<InspectorSettingsContext>().GetInspectorSitesStore();
-}

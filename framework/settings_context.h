@@ -9,8 +9,3 @@ public:
     virtual InspectorSettingStore& Settings() const;
     virtual ~ZORSettingsContext() = default;
 };
-
-// The stores reached through the agent's settings context; NoInspectorContext
-// without one.
-InspectorSettingStore& GetSettingStore();
-InspectorSettingStore& GetSitesStore();

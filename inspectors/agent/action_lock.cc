@@ -5,7 +5,7 @@
 #include "evaluator/helpers.h"
 #include "framework/contexts.h"
 #include "framework/memory.h"
-#include "framework/settings_context.h"
+#include "inspectors/settings/settings.h"
 #include "settings/agent_settings.h"
 
 namespace {
