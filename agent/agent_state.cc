@@ -240,9 +240,10 @@ AgentAction ReadAction(Json const& value, KeyPath const& path) {
             result.parameters = ReadParameters(member, at);
             continue;
         }
+        std::string_view const name = key;
         auto const* field =
             std::find_if(std::begin(kActionFields), std::end(kActionFields),
-                         [&key](ActionField const& candidate) { return candidate.key == key; });
+                         [name](ActionField const& candidate) { return candidate.key == name; });
         if (field == std::end(kActionFields)) {
             Fail(at, "unknown key");
         }
