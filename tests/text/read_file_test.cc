@@ -3,7 +3,6 @@
 #include <filesystem>
 #include <fstream>
 #include <string>
-#include <sys/stat.h>
 #include <unistd.h>
 #include <vector>
 
@@ -40,15 +39,6 @@ TEST_F(ReadFileTest, LinesSpanningBlocksArriveWhole) {
         ReadFile(path, lines, blockSize);
         EXPECT_EQ(got, expected) << "block size " << blockSize;
     }
-}
-
-TEST_F(ReadFileTest, RefusesWhatIsNoRegularFile) {
-    LineMaker lines([](ConstData) {});
-    std::string fifo = (folder_ / "fifo").string();
-    ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
-    EXPECT_THROW(ReadFile(fifo, lines), NotARegularFile);
-    EXPECT_THROW(ReadFile(folder_.string(), lines), NotARegularFile);
-    EXPECT_THROW(ReadFile((folder_ / "none").string(), lines), OpenFileFailed);
 }
 
 } // namespace
