@@ -100,11 +100,11 @@ TEST(XdgSearchPathsFromEnvironment, VariablesOrTheirDefaults) {
         EXPECT_TRUE(paths.desktops.empty());
     }
     ScopedEnvironment vars({"XDG_CONFIG_HOME=/c", "XDG_CONFIG_DIRS=/x:rel:/y", "XDG_DATA_HOME=/d",
-                            "XDG_DATA_DIRS=/s", "XDG_CURRENT_DESKTOP=ubuntu:GNOME"});
+                            "XDG_DATA_DIRS=/s", "XDG_CURRENT_DESKTOP=ubuntu:GNOME:Zen"});
     XdgSearchPaths paths = platform::XdgSearchPathsFromEnvironment();
     EXPECT_EQ(paths.configDirs, (std::vector<std::string>{"/c", "/x", "/y"}));
     EXPECT_EQ(paths.dataDirs, (std::vector<std::string>{"/d", "/s"}));
-    EXPECT_EQ(paths.desktops, (std::vector<std::string>{"ubuntu", "gnome"}));
+    EXPECT_EQ(paths.desktops, (std::vector<std::string>{"ubuntu", "gnome", "zen"}));
 }
 
 } // namespace

@@ -56,8 +56,7 @@ private:
 TEST_F(ComputerInspectors, AnswersFromTheSystem) {
     Expect({{"(hostname, dns name, computer name, name of computer)",
              "build-host, build-host, build-host, build-host"},
-            {"(name of it, release of it, release of it > \"12.3\") of operating "
-             "system",
+            {"(name of it, release of it, release of it > \"12.3\") of operating system",
              "Debian GNU/Linux, 12.4, True"},
             {"operating system as string", "Debian GNU/Linux 12.4"},
             {"build number of operating system", "20240101"},

@@ -131,9 +131,7 @@ TEST_F(NetworkInspectors, ATypicalMachine) {
         {"families of interfaces of network", "18; 18; 2; 2; 30"},
         {"family names of interfaces of network", "AF_LINK; AF_LINK; AF_INET; AF_INET; AF_INET6"},
         {"ups of interfaces of network", "True; True; True; True; True"},
-        {"(number of ip interfaces of it, number of link interfaces of it) of "
-         "network",
-         "2, 2"},
+        {"(number of ip interfaces of it, number of link interfaces of it) of network", "2, 2"},
         {"addresses of ip interfaces of network", "127.0.0.1; 192.168.1.20"},
         {"broadcast addresses of ip interfaces of network", "127.0.0.1; 192.168.1.255"},
         {"subnet masks of ip interfaces of network", "255.0.0.0; 255.255.255.0"},
@@ -145,8 +143,7 @@ TEST_F(NetworkInspectors, ATypicalMachine) {
         {"mac addresses of link interfaces of network", "00-00-00-00-00-00; 00-11-22-aa-bb-cc"},
         // Numbers count from one; a link number steps through the entries
         // after the first link entry, so 2 lands on an IPv4 entry.
-        {"(exists interface 0 of it, exists interface 6 of it, exists interface "
-         "4294967297 of it) "
+        {"(exists interface 0 of it, exists interface 6 of it, exists interface 4294967297 of it) "
          "of network",
          "False, False, False"},
         {"(family of interface 1 of it, family of interface 5 of it) of network", "18, 30"},
@@ -179,12 +176,11 @@ TEST_F(NetworkInspectors, MissingAddressesOfAnIpEntryAreErrors) {
 
 TEST_F(NetworkInspectors, EntriesWithoutAnAddressOrOfUnknownFamilyAreHarmless) {
     interfaces.NoAddress("tun0").Other("can0", AF_CAN, IFF_UP).Other("nl", AF_NETLINK, IFF_UP);
-    Expect({{"families of interfaces of network",
-             "0; " + std::to_string(platform::kUnmappedFamilyOffset + AF_CAN) + "; 17"},
-            {"family names of interfaces of network", "AF_UNSPEC; AF_ROUTE"},
-            {"(number of ip interfaces of it, number of link interfaces of it) "
-             "of network",
-             "0, 0"}});
+    Expect(
+        {{"families of interfaces of network",
+          "0; " + std::to_string(platform::kUnmappedFamilyOffset + AF_CAN) + "; 17"},
+         {"family names of interfaces of network", "AF_UNSPEC; AF_ROUTE"},
+         {"(number of ip interfaces of it, number of link interfaces of it) of network", "0, 0"}});
 }
 
 TEST_F(NetworkInspectors, PrimaryConnectionIsTheFirstIpEntryThatIsNotLoopback) {
@@ -192,9 +188,10 @@ TEST_F(NetworkInspectors, PrimaryConnectionIsTheFirstIpEntryThatIsNotLoopback) {
     Expect({{"exists primary internet connection", "False"}});
     interfaces.Inet("eth0", "10.1.2.3", "255.255.0.0", "10.1.255.255", IFF_BROADCAST)
         .Inet("eth1", "10.9.9.9", "255.0.0.0", "10.255.255.255", kUpBroadcastMulticast);
-    Expect({{"(name of it, subnet address of it, up of it) of primary internet "
-             "connection",
-             "eth0, 10.1.0.0, False"}});
+    Expect({{"(name of it, subnet address of it, up of it) of primary internet connection",
+             "eth0, 10.1.0.0, False"},
+            {"(broadcast support of it, multicast support of it) of primary internet connection",
+             "True, False"}});
     EXPECT_EQ(interfaces.gets, interfaces.frees);
 }
 
@@ -211,8 +208,7 @@ TEST_F(NetworkInspectors, EachNetworkValueReadsAndFreesItsOwnList) {
 }
 
 TEST_F(NetworkInspectors, AnEmptyListHasNoInterfaces) {
-    Expect({{"(number of interfaces of it, number of link interfaces of it, "
-             "exists interface 1 of "
+    Expect({{"(number of interfaces of it, number of link interfaces of it, exists interface 1 of "
              "it) of network",
              "0, 0, False"},
             {"exists primary internet connection", "False"}});

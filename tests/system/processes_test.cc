@@ -154,9 +154,9 @@ TEST(ProcessListAssertions, BrokenPreconditionsEndTheProcessWithTheirText) {
     kinfo_proc record{};
     kinfo_proc* notNull = &record;
     kinfo_proc* list = nullptr;
-    EXPECT_DEATH(GetBSDProcessList(nullptr, &count),
-                 "^Shared/Portable/Processes/Mac/BSDProcessList:32: failed assertion "
-                 "`procList != NULL'\n");
+    EXPECT_DEATH(
+        GetBSDProcessList(nullptr, &count),
+        "^Shared/Portable/Processes/Mac/BSDProcessList:32: failed assertion `procList != NULL'\n");
     EXPECT_DEATH(GetBSDProcessList(&notNull, &count),
                  "BSDProcessList:33: failed assertion `\\*procList == NULL'");
     EXPECT_DEATH(GetBSDProcessList(&list, nullptr),
