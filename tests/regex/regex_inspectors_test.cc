@@ -1,7 +1,7 @@
 // The regex inspectors against the recording stand-in of the registration
 // API, for what no transcript shows: the sizes and fingerprints the evaluator
-// is given, which operand the thunks take as index and which as object, the
-// cache of the compiled pattern, and the interruption checks of long loops.
+// is given, the cache of the compiled pattern, and the interruption checks of
+// long loops.
 #include <gtest/gtest.h>
 
 #include <array>
@@ -27,10 +27,6 @@ inspector_string View(std::string const& text) {
     return View(text.data(), text.size());
 }
 
-std::string Text(substring const& piece) {
-    return std::string(reinterpret_cast<char const*>(piece.pointer), piece.length);
-}
-
 // Bytes of the compiled pattern: a recompile allocates the new pattern while
 // the old one is still held, so its internals cannot land at the same place.
 std::array<unsigned char, sizeof(regex_t)> Snapshot(regular_expression r) {
@@ -54,42 +50,6 @@ TEST(RegexInspectors, SizesAndFingerprintsTheEvaluatorIsGiven) {
     EXPECT_EQ(log[1].stateSize, sizeof(regular_expression_iterator));
     EXPECT_EQ(log[11].stateSize, sizeof(regular_expression_match_iterator));
     EXPECT_EQ(log[13].stateSize, sizeof(regular_expression_match_part_iterator));
-}
-
-TEST(RegexInspectors, ThunksTakeThePatternAsIndexAndTheSubjectAsObject) {
-    std::vector<Record> const& log = fake::Log();
-    Record const& regex = log[1];
-    Record const& contains = log[5];
-    Record const& match = log[11];
-
-    std::string const pattern = "b+";
-    inspector_string const index = View(pattern);
-    alignas(
-        regular_expression_iterator) unsigned char compiler[sizeof(regular_expression_iterator)];
-    regex.construct(compiler);
-    regular_expression r{};
-    regex.first(&r, &index, nullptr, compiler, regex.userData);
-    ASSERT_NE(r.compiled, nullptr);
-    regular_expression second{};
-    EXPECT_THROW(regex.next(&second, &index, nullptr, compiler, regex.userData), NoSuchObject);
-
-    std::string const subject = "abbc";
-    inspector_string const object = View(subject);
-    boolean answer = false;
-    contains.op(&answer, &object, &r, contains.userData);
-    EXPECT_TRUE(answer);
-
-    alignas(regular_expression_match_iterator) unsigned char
-        matcher[sizeof(regular_expression_match_iterator)];
-    match.construct(matcher);
-    regular_expression_match m{};
-    match.first(&m, &r, &object, matcher, match.userData);
-    EXPECT_EQ(Text(m), "bb");
-    match.next(&m, &r, &object, matcher, match.userData);
-    EXPECT_EQ(Text(m), "b");
-    EXPECT_THROW(match.next(&m, &r, &object, matcher, match.userData), NoSuchObject);
-    match.destroy(matcher);
-    regex.destroy(compiler);
 }
 
 TEST(RegexInspectors, CompiledPatternsAreKeptByTextAndFlags) {
