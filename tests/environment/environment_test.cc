@@ -65,7 +65,10 @@ TEST(EnvironmentRegistrations, SizesTheEvaluatorReserves) {
     Record const& walk = Registered(Call::RegisterIteratedProperty, "variable", "environment");
     EXPECT_EQ(walk.stateSize, sizeof(environment_var_iterator));
     EXPECT_EQ(walk.blockSize, 128u);
-    EXPECT_EQ(walk.fingerprint, nullptr);
+    // The environment changes between evaluations: no answer may be kept.
+    for (Record const& r : fake::Log()) {
+        EXPECT_EQ(r.fingerprint, nullptr) << r.phrase;
+    }
 }
 
 TEST(EnvironmentVariables, PointIntoTheEntriesAndTheStringFormAllocatesOnce) {
