@@ -1,5 +1,6 @@
-// The file-system families through the thunks they register: the
-// registration tables, dictionaries and file signatures, folder walks and
+// The file-system families through the thunks they register, for what no
+// transcript shows: the sizes and bases the evaluator is given, dictionaries
+// and the bytes of file signatures, folder walks whose entries vanish, and
 // digests that give the host a chance to interrupt them.
 #include <gtest/gtest.h>
 
