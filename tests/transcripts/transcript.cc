@@ -20,6 +20,12 @@ bool readCaseLine(Transcript& transcript, std::string const& line, int number) {
     return false;
 }
 
+Directive directiveOf(std::string const& text, int number) {
+    auto const space = text.find(' ');
+    return {number, text.substr(0, space),
+            space == std::string::npos ? std::string() : text.substr(space + 1)};
+}
+
 void addProblem(Transcript& transcript, std::string const& line, int number) {
     transcript.problems.push_back("line " + std::to_string(number) + ": " + line);
 }
@@ -33,12 +39,8 @@ Transcript readTranscript(std::istream& in) {
         ++number;
         if (line.empty() || line.starts_with("#") || readCaseLine(transcript, line, number))
             continue;
-        auto const space = line.find(' ');
-        bool const directive = transcript.cases.empty() && !line.starts_with(" ");
-        if (directive)
-            transcript.directives.push_back(
-                {number, line.substr(0, space),
-                 space == std::string::npos ? std::string() : line.substr(space + 1)});
+        if (transcript.cases.empty() && !line.starts_with(" "))
+            transcript.directives.push_back(directiveOf(line, number));
         else
             addProblem(transcript, line, number);
     }
@@ -46,6 +48,8 @@ Transcript readTranscript(std::istream& in) {
 }
 
 Transcript readMarkdownExamples(std::istream& in) {
+    static std::string const open = "<!-- zorq: ";
+    static std::string const close = " -->";
     Transcript transcript;
     bool inFence = false;
     bool firstInFence = false;
@@ -53,6 +57,12 @@ Transcript readMarkdownExamples(std::istream& in) {
     int number = 0;
     for (std::string line; std::getline(in, line);) {
         ++number;
+        if (!inFence && line.starts_with(open) && line.ends_with(close) &&
+            line.size() >= open.size() + close.size()) {
+            transcript.directives.push_back(directiveOf(
+                line.substr(open.size(), line.size() - open.size() - close.size()), number));
+            continue;
+        }
         if (line.starts_with("```")) {
             inFence = !inFence;
             firstInFence = inFence;

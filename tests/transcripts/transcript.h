@@ -31,7 +31,8 @@ struct Transcript {
 Transcript readTranscript(std::istream& in);
 
 // A Markdown page: every fenced block whose first line starts with "Q: " holds
-// cases; other blocks and the prose are skipped. Pages have no directives.
+// cases; other blocks and the prose are skipped. A line "<!-- zorq: DIRECTIVE -->"
+// outside the blocks sets up the page's world as a transcript's directive does.
 Transcript readMarkdownExamples(std::istream& in);
 
 } // namespace zor::transcripts
