@@ -76,7 +76,9 @@ LdapFunctions BindLdap(SharedLibrary const& library) {
 
 LdapFunctions const& Ldap() {
     try {
-        static SharedLibrary const library(kLibraryName);
+        // The library keeps its global options, read once from its
+        // configuration, for the life of the process.
+        static SharedLibrary const library(kLibraryName, SharedLibrary::Unload::Never);
         static LdapFunctions const functions = BindLdap(library);
         return functions;
     } catch (LibraryUnavailable const&) {
