@@ -27,7 +27,7 @@ struct InspectorServerData;
 class HostSelectorEntry;
 class SiteMap;
 class URL;
-class FileName;
+struct FileName;
 class MeasureLoggerStream;
 class CFPreferenceSettingIterator;
 template <class Iterator> class SettingStore;
