@@ -1,4 +1,6 @@
 #include "agent/agent_state.h"
+#include "agent/json_fields.h"
+#include "agent/site_parts.h"
 
 #include <algorithm>
 #include <cstring>
@@ -13,137 +15,7 @@
 
 namespace {
 
-using Json = nlohmann::json;
-
-// Where a value sits in the file, kept as a chain so that the text is built
-// only for an error.
-struct KeyPath {
-    KeyPath const* parent = nullptr;
-    std::string_view key;
-    std::size_t index = 0;
-    bool isIndex = false;
-
-    KeyPath Key(std::string_view name) const { return {this, name, 0, false}; }
-    KeyPath Index(std::size_t i) const { return {this, {}, i, true}; }
-
-    std::string Text() const {
-        if (!parent) {
-            return "the top level";
-        }
-        std::string text = parent->parent ? parent->Text() : std::string();
-        if (isIndex) {
-            return text + "[" + std::to_string(index) + "]";
-        }
-        return text.empty() ? std::string(key) : text + "." + std::string(key);
-    }
-};
-
-[[noreturn]] void Fail(KeyPath const& path, std::string const& problem) {
-    throw AgentStateError(path.Text() + ": " + problem);
-}
-
-// The object's members, after refusing any key not in `known`.
-Json::object_t const& Object(Json const& value, KeyPath const& path,
-                             std::initializer_list<std::string_view> known) {
-    if (!value.is_object()) {
-        Fail(path, "not an object");
-    }
-    Json::object_t const& members = value.get_ref<Json::object_t const&>();
-    for (auto const& [key, member] : members) {
-        if (std::find(known.begin(), known.end(), key) == known.end()) {
-            Fail(path.Key(key), "unknown key");
-        }
-    }
-    return members;
-}
-
-Json const* Member(Json::object_t const& members, std::string_view key) {
-    auto found = members.find(std::string(key));
-    return found == members.end() ? nullptr : &found->second;
-}
-
-std::int64_t SignedInteger(Json const& value, KeyPath const& path, std::int64_t least,
-                           std::int64_t most) {
-    std::string const range =
-        "not an integer from " + std::to_string(least) + " to " + std::to_string(most);
-    if (value.is_number_unsigned()) {
-        auto const number = value.get<std::uint64_t>();
-        if (number > static_cast<std::uint64_t>(most)) {
-            Fail(path, range);
-        }
-        return static_cast<std::int64_t>(number);
-    }
-    if (!value.is_number_integer()) {
-        Fail(path, range);
-    }
-    auto const number = value.get<std::int64_t>();
-    if (number < least || number > most) {
-        Fail(path, range);
-    }
-    return number;
-}
-
-template <class T> T Unsigned(Json const& value, KeyPath const& path) {
-    static_assert(sizeof(T) < sizeof(std::int64_t));
-    return static_cast<T>(SignedInteger(value, path, 0, std::numeric_limits<T>::max()));
-}
-
-bool Boolean(Json const& value, KeyPath const& path) {
-    if (!value.is_boolean()) {
-        Fail(path, "not true or false");
-    }
-    return value.get<bool>();
-}
-
-std::string const& Text(Json const& value, KeyPath const& path) {
-    if (!value.is_string()) {
-        Fail(path, "not a text");
-    }
-    return value.get_ref<std::string const&>();
-}
-
-// Microseconds since 1970: an integer as it is, a text as the language reads
-// a time.
-std::int64_t Time(Json const& value, KeyPath const& path) {
-    if (value.is_string()) {
-        std::string const& text = value.get_ref<std::string const&>();
-        try {
-            return TextToTime(ConstData(text)).microseconds;
-        } catch (MalformedText const&) {
-            Fail(path, "not a time: \"" + text + "\"");
-        }
-    }
-    if (!value.is_number_integer()) {
-        Fail(path, "not a time (microseconds since 1970, or a time text)");
-    }
-    return SignedInteger(value, path, std::numeric_limits<std::int64_t>::min(),
-                         std::numeric_limits<std::int64_t>::max());
-}
-
-// Copies a text into a NUL-terminated field of the agent's records.
-template <std::size_t N> void FixedText(char (&field)[N], Json const& value, KeyPath const& path) {
-    std::string const& text = Text(value, path);
-    if (text.size() >= N) {
-        Fail(path, "longer than " + std::to_string(N - 1) + " bytes");
-    }
-    if (text.find('\0') != std::string::npos) {
-        Fail(path, "holds a NUL byte");
-    }
-    std::memcpy(field, text.c_str(), text.size() + 1);
-}
-
-// Reads a part that may be null (present with no data).
-template <class T, class Read>
-AgentPart<T> Part(Json::object_t const& top, std::string_view key, KeyPath const& root, Read read) {
-    Json const* value = Member(top, key);
-    if (!value) {
-        return std::nullopt;
-    }
-    if (value->is_null()) {
-        return std::optional<T>();
-    }
-    return std::optional<T>(read(*value, root.Key(key)));
-}
+using namespace agent_json;
 
 InspectorSystemData ReadSystem(Json const& value, KeyPath const& path) {
     auto const& members = Object(value, path, {"action_lock_controller", "reference_time"});
@@ -327,12 +199,9 @@ AgentPendingRestart ReadPendingRestart(Json const& value, KeyPath const& path) {
     }
     if (Json const* names = Member(members, "names")) {
         KeyPath const at = path.Key("names");
-        if (!names->is_array()) {
-            Fail(at, "not a list");
-        }
-        for (std::size_t i = 0; i < names->size(); ++i) {
-            restart.names.push_back(Text((*names)[i], at.Index(i)));
-        }
+        restart.names = List(*names, at, [](Json const& name, KeyPath const& where) {
+            return Text(name, where);
+        });
     }
     return restart;
 }
@@ -341,12 +210,7 @@ void ReadClient(Json const& value, KeyPath const& path, std::string const& baseF
                 AgentState& state) {
     auto const& members = Object(value, path, {"folder", "version"});
     if (Json const* folder = Member(members, "folder")) {
-        KeyPath const at = path.Key("folder");
-        std::string const& text = Text(*folder, at);
-        if (text.empty() || text.find('\0') != std::string::npos) {
-            Fail(at, "not a folder path");
-        }
-        state.clientFolder = (std::filesystem::path(baseFolder) / text).lexically_normal();
+        state.clientFolder = FolderPath(*folder, path.Key("folder"), baseFolder);
     }
     if (Json const* version = Member(members, "version")) {
         state.clientVersion = Text(*version, path.Key("version"));
@@ -378,21 +242,6 @@ void CheckNesting(std::string_view text) {
     }
 }
 
-// Gathers a file's bytes, refusing more than the limit.
-class BoundedText : public DataReceiver {
-public:
-    void Receive(ConstData data) override {
-        if (text_.size() + data.Length() > kMaxAgentStateBytes) {
-            throw AgentStateError("larger than " + std::to_string(kMaxAgentStateBytes) + " bytes");
-        }
-        text_.append(data.view());
-    }
-    std::string const& Text() const { return text_; }
-
-private:
-    std::string text_;
-};
-
 } // namespace
 
 AgentState ParseAgentState(std::string_view text, std::string const& baseFolder) {
@@ -409,8 +258,10 @@ AgentState ParseAgentState(std::string_view text, std::string const& baseFolder)
         throw AgentStateError("not valid JSON: " + message);
     }
     KeyPath const root;
-    auto const& top = Object(
-        document, root, {"client", "system", "analysis", "actions", "servers", "pending_restart"});
+    auto const& top = Object(document, root,
+                             {"client", "system", "analysis", "actions", "servers",
+                              "pending_restart", "storage", "sites", "content", "usage",
+                              "selected_server"});
     AgentState state;
     if (Json const* client = Member(top, "client")) {
         ReadClient(*client, root.Key("client"), baseFolder, state);
@@ -425,12 +276,24 @@ AgentState ParseAgentState(std::string_view text, std::string const& baseFolder)
     state.servers = Part<InspectorServerData>(top, "servers", root, ReadServers);
     state.pendingRestart =
         Part<AgentPendingRestart>(top, "pending_restart", root, ReadPendingRestart);
+    state.storage = Part<std::string>(top, "storage", root, [&](Json const& v, KeyPath const& p) {
+        return FolderPath(v, p, baseFolder);
+    });
+    state.sites = Part<AgentSites>(top, "sites", root, [&](Json const& v, KeyPath const& p) {
+        return ReadSites(v, p, text);
+    });
+    state.content = Part<AgentContent>(top, "content", root, ReadContent);
+    state.usage = Part<AgentUsage>(top, "usage", root, ReadUsage);
+    state.selectedServer =
+        Part<HostSelectorEntry>(top, "selected_server", root, [&](Json const& v, KeyPath const& p) {
+            return ReadSelectedServer(v, p, baseFolder);
+        });
     return state;
 }
 
 AgentState ReadAgentState(std::string const& path) {
     try {
-        BoundedText text;
+        BoundedText text(kMaxAgentStateBytes);
         ReadFile(path, text);
         std::string const folder = std::filesystem::absolute(path).parent_path();
         return ParseAgentState(text.Text(), folder);

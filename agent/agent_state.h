@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <map>
+#include <memory>
 #include <optional>
 #include <stdexcept>
 #include <string>
@@ -14,6 +15,10 @@
 #include "inspectors/agent/action.h"
 #include "inspectors/agent/action_lock.h"
 #include "inspectors/agent/client.h"
+#include "inspectors/content/content.h"
+#include "inspectors/selected_server/host_selector.h"
+#include "inspectors/sites/site_map.h"
+#include "inspectors/usage/measure_logger.h"
 
 // A file that is not a valid agent-state file. The message names the file
 // and the key path of the first fault ("actions.records[2].id: ...").
@@ -39,6 +44,47 @@ struct AgentPendingRestart {
     std::vector<std::string> names;
 };
 
+struct AgentContentItem {
+    std::uint32_t id = 0;
+    bool relevant = false;
+    // "Name: value" lines ended by CR LF; none when the block fails to load.
+    std::optional<std::string> headers = std::string();
+};
+
+struct AgentSite {
+    std::unique_ptr<SiteMap> map; // chained to the next site's
+    std::string displayName;
+    std::vector<InspectorGroupData> groups;
+    std::vector<AgentContentItem> content;
+};
+
+struct AgentSites {
+    std::vector<AgentSite> list;
+    std::optional<std::size_t> current; // index into list
+    std::uint32_t instance = 0;
+};
+
+struct AgentContent {
+    bool evaluatingRelevance = false;
+    unsigned long adviceListChangeCount = 0;
+};
+
+struct AgentUsageSummary {
+    unsigned long totalRunCount = 0;
+    Instant firstStart = Instant::First();
+    Instant lastStart = Instant::First();
+    Instant lastSeen = Instant::First();
+    TimeInterval totalDuration;
+    unsigned long running = 0;
+};
+
+struct AgentApplicationUsage {
+    std::optional<AgentUsageSummary> summary;
+    std::vector<ExecutionEvent> events;
+};
+
+using AgentUsage = std::map<std::string, AgentApplicationUsage, std::less<>>;
+
 // A part that is present may still hold no data (null in the file).
 template <class T> using AgentPart = std::optional<std::optional<T>>;
 
@@ -50,6 +96,11 @@ struct AgentState {
     AgentPart<AgentActions> actions;
     AgentPart<InspectorServerData> servers;
     AgentPart<AgentPendingRestart> pendingRestart;
+    AgentPart<std::string> storage; // absolute
+    AgentPart<AgentSites> sites;
+    AgentPart<AgentContent> content;
+    AgentPart<AgentUsage> usage;
+    AgentPart<HostSelectorEntry> selectedServer;
 };
 
 // The largest file read and the deepest nesting accepted.

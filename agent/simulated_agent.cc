@@ -8,10 +8,8 @@
 
 namespace {
 
-// The operations receive no agent pointer: the agent they serve is the
-// context installed for the evaluation that calls them.
 SimulatedAgent const& CurrentAgent() {
-    return static_cast<SimulatedAgent const&>(*Get_Generic_Inspector_Context());
+    return SimulatedAgent::Current();
 }
 
 // Copies a part's data out; false when the part holds none.
@@ -89,12 +87,22 @@ InspectorSettingStore* SitesStoreOfAgent() {
 
 SimulatedAgent::SimulatedAgent()
     : InspectorAnalysisContext(), InspectorActionContext(), InspectorSystemContext(),
-      InspectorSettingsContext(), InspectorServerContext() {
+      InspectorSettingsContext(), InspectorServerContext(), InspectorStorageContext(),
+      InspectorSiteContext(), InspectorQuamelContext(), InspectorProcessTableContext() {
     InstallOperations();
+}
+
+SimulatedAgent const& SimulatedAgent::Current() {
+    return static_cast<SimulatedAgent const&>(*Get_Generic_Inspector_Context());
 }
 
 SimulatedAgent::SimulatedAgent(AgentState state) : SimulatedAgent() {
     state_ = std::move(state);
+    if (state_.storage && *state_.storage) {
+        MacintoshPlatform::FileLocation const storage(**state_.storage);
+        globalLocation_ = storage.Child("global");
+        sitesFolder_ = storage.Child("sites");
+    }
     if (!state_.actions || !*state_.actions) {
         return;
     }
@@ -123,6 +131,7 @@ void SimulatedAgent::InstallOperations() {
     getInspectorSettingStore = SettingStoreOfAgent;
     getInspectorSitesStore = SitesStoreOfAgent;
     getServerData = ServerData;
+    InstallContentOperations();
 }
 
 bool SimulatedAgent::OffersKind(std::type_info const& kind) const {
@@ -146,6 +155,21 @@ bool SimulatedAgent::OffersKind(std::type_info const& kind) const {
     }
     if (kind == typeid(PendingRestartInspectorContext)) {
         return state_.pendingRestart.has_value();
+    }
+    if (kind == typeid(InspectorStorageContext)) {
+        return state_.storage.has_value();
+    }
+    if (kind == typeid(InspectorSiteContext)) {
+        return state_.sites.has_value();
+    }
+    if (kind == typeid(InspectorQuamelContext)) {
+        return state_.content.has_value();
+    }
+    if (kind == typeid(InspectorProcessTableContext)) {
+        return state_.usage.has_value();
+    }
+    if (kind == typeid(HostSelectorInspectorContext)) {
+        return state_.selectedServer.has_value();
     }
     return true;
 }

@@ -25,7 +25,12 @@ class SimulatedAgent final : public InspectorContext,
                              public InspectorServerContext,
                              public ZORAgentVersionContext,
                              public ClientLocationInspectorContext,
-                             public PendingRestartInspectorContext {
+                             public PendingRestartInspectorContext,
+                             public InspectorStorageContext,
+                             public InspectorSiteContext,
+                             public InspectorQuamelContext,
+                             public InspectorProcessTableContext,
+                             public HostSelectorInspectorContext {
 public:
     // Without a state, an agent that knows nothing but its settings.
     SimulatedAgent();
@@ -41,6 +46,15 @@ public:
     char const* ClientFolder() const override;
     boolean PendingRestart() const override;
     boolean PendingRestart(ConstData name) const override;
+    HostSelectorEntry const& SelectedServer() const override;
+
+    // The agent serving the evaluation now: the operations of the records
+    // receive no agent pointer.
+    static SimulatedAgent const& Current();
+    // The storage folder's global and sites folders; NoSuchObject when the
+    // file gives the storage context no folder.
+    MacintoshPlatform::FileLocation const& GlobalLocation() const;
+    MacintoshPlatform::FileLocation const& SitesFolder() const;
 
     AgentState const& State() const { return state_; }
     // The action with that id, or null.
@@ -50,10 +64,13 @@ public:
 
 private:
     void InstallOperations();
+    void InstallContentOperations();
 
     AgentState state_;
     std::unordered_map<std::uint32_t, std::size_t> actionsById_;
     std::vector<std::size_t> actionsWithParameters_; // record index by lookup number
+    std::optional<MacintoshPlatform::FileLocation> globalLocation_;
+    std::optional<MacintoshPlatform::FileLocation> sitesFolder_;
 };
 
 // Each action with parameters needs one of a fixed set of lookup functions.

@@ -86,6 +86,9 @@ void Registry::addType(void* block, std::shared_ptr<Type> type) {
     auto& slot = types_[type->name];
     if (slot && slot->live && !slot->isTuple())
         registrationFault("Register_Type", "type \"" + type->name + "\" is already registered");
+    // A type derived from a tuple type is that tuple under a name of its own.
+    if (auto base = this->base(*type); base && base->isTuple())
+        type->items = base->items;
     slot = type;
     add(block, Entry{block, type, nullptr, nullptr, nullptr});
 }

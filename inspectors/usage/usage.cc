@@ -201,7 +201,7 @@ inspector_string VersionInfoOf(Of, execution const& run) {
 }
 
 // Running counts over time.
-Type<TimedValue<integer>> timedInteger;
+DerivedType<TimedValue<integer>, InspectorTuple2<time_range, integer>> timedInteger;
 Prop usage("application usage", "application usages", &application_usage::First,
            &application_usage::Next, nullptr);
 

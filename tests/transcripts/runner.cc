@@ -158,7 +158,9 @@ private:
         return table;
     }
 
-    fs::path inFolder(std::string const& relative) const { return folder_.path() / relative; }
+    fs::path inFolder(std::string const& relative) const {
+        return folder_.path() / unescape(relative);
+    }
 
     void env(std::string const& entry) {
         exactEnvironment_ = true;
