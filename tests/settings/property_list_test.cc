@@ -3,6 +3,7 @@
 #include <cmath>
 #include <cstring>
 #include <limits>
+#include <optional>
 #include <random>
 
 #include "settings/cf_preferences.h"
@@ -170,4 +171,40 @@ TEST(AutoCFPropertyListOwnership, MoveHandsOverAndEmptiesTheSource) {
     plist_t released = third.Release();
     EXPECT_FALSE(third);
     plist_free(released);
+}
+
+TEST(PropertyListWriting, LibplistReadsBackTheSameTree) {
+    // 300 entries need two-byte references and long counts; strings repeat.
+    AutoCFPropertyList root(plist_new_dict());
+    std::string bytes(40, '\xfe');
+    for (int i = 0; i < 300; ++i) {
+        std::string key = (i % 2 ? "k" : "\xd0\xba\xd0\xbb\xd1\x8e\xd1\x87") + std::to_string(i);
+        plist_t array = plist_new_array();
+        plist_array_append_item(array, plist_new_string("same \xf0\x9f\x98\x80"));
+        plist_array_append_item(array, plist_new_string(i % 3 ? "plain" : "bad\xff"));
+        plist_array_append_item(array, plist_new_data(bytes.data(), static_cast<uint64_t>(i % 40)));
+        plist_array_append_item(array, plist_new_date(i * 1000, i));
+        plist_array_append_item(array, plist_new_dict());
+        plist_dict_set_item(root.Get(), key.c_str(), array);
+    }
+    std::optional<std::string> written = WriteBinaryPropertyList(root.Get());
+    ASSERT_TRUE(written);
+    AutoCFPropertyList back = ParsePropertyList(*written);
+    auto xml = [](plist_t tree) {
+        char* text = nullptr;
+        uint32_t length = 0;
+        plist_to_xml(tree, &text, &length);
+        std::string result(text, length);
+        plist_to_xml_free(text);
+        return result;
+    };
+    EXPECT_TRUE(xml(back.Get()) == xml(root.Get())) << "the trees differ";
+
+    // Kinds the stores never write are left to libplist's writer.
+    plist_dict_set_item(root.Get(), "number", plist_new_uint(7));
+    EXPECT_FALSE(WriteBinaryPropertyList(root.Get()));
+    bytes = SerializeBinaryPropertyList(root.Get());
+    uint64_t number = 0;
+    plist_get_uint_val(plist_dict_get_item(ParsePropertyList(bytes).Get(), "number"), &number);
+    EXPECT_EQ(number, 7u);
 }
