@@ -168,7 +168,6 @@ constexpr unsigned char kArrayMarker = 0xa0;
 constexpr unsigned char kDictionaryMarker = 0xd0;
 constexpr unsigned char kIntegerMarker = 0x10;
 constexpr std::uint64_t kLongCount = 15; // from here the count follows as an integer
-constexpr std::size_t kTrailerSize = 32;
 
 // Bytes needed for value as a big-endian unsigned number: 1, 2, 4 or 8.
 std::size_t WidthFor(std::uint64_t value) {
