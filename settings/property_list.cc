@@ -270,7 +270,13 @@ private:
         case PLIST_STRING: {
             std::uint64_t length = 0;
             char const* text = plist_get_string_ptr(node, &length);
-            return Text(std::string_view(text, length));
+            std::string_view view(text, length);
+            // Never written by a store (text with NUL is data), and no
+            // binary string may hold one: left to libplist, as before.
+            if (view.find('\0') != std::string_view::npos) {
+                return std::nullopt;
+            }
+            return Text(view);
         }
         case PLIST_DATA:
         case PLIST_DATE:

@@ -49,7 +49,7 @@ AutoCFPropertyList ParsePropertyList(std::string& bytes);
 // The binary form of a tree, written in time that grows with the tree's
 // size: equal strings are stored once, and dates so that they read back to
 // the microsecond. Nothing when the tree holds a kind other than
-// dictionaries, arrays, strings, data and dates.
+// dictionaries, arrays, strings, data and dates, or a string with a NUL.
 std::optional<std::string> WriteBinaryPropertyList(plist_t tree);
 
 // The binary form of any tree: WriteBinaryPropertyList, else libplist's writer.

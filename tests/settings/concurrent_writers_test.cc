@@ -19,40 +19,29 @@ namespace {
 
 constexpr int kWriters = 4;
 constexpr int kChanges = 500;
-constexpr int kContested = 16;
 
 struct Change {
-    std::string section;
-    std::string name;
-    std::string value;
+    std::string section, name, value;
     Instant date;
 };
 
-// Dates are unique and not in the order of writing: i * 263 runs through
-// 0..499 in a scrambled order.
+// Unique dates, not in the order of writing (index * 263 scrambles 0..499).
 Instant DateOf(int writer, int index) {
     return Instant(1000000000000 + (index * 263 % kChanges) * kWriters + writer);
 }
 
 // A third each: the writer's own section, its own names in a shared
-// section, and a few settings that every writer changes.
+// section, and 16 settings that every writer changes.
 Change ChangeOf(int writer, int index) {
     std::string value = std::to_string(writer) + "/" + std::to_string(index);
-    switch (index % 3) {
-    case 0:
-        return {"Own" + std::to_string(writer), "n" + std::to_string(index), value,
-                DateOf(writer, index)};
-    case 1:
-        return {"Shared", value, value, DateOf(writer, index)};
-    default:
-        return {"Contested", "c" + std::to_string(index % kContested), value,
-                DateOf(writer, index)};
-    }
+    std::string sections[] = {"Own" + std::to_string(writer), "Shared", "Contested"};
+    std::string names[] = {value, value, "c" + std::to_string(index % 16)};
+    return {sections[index % 3], names[index % 3], value, DateOf(writer, index)};
 }
 
 // Even writers keep one store for their life, as the agent does; odd ones
-// run the command once per change. A change written is reported as its
-// index down the pipe; a change refused for its date is not.
+// run the command once per change. Each change written (not refused for
+// its date) is reported as its index down the pipe.
 [[noreturn]] void Write(std::filesystem::path const& folder, int writer, int from, int report) {
     SetPreferencesFolder(folder);
     CFPreferenceSettingStore store(kSettingsPreferenceKey, AgentPreferenceDomain,
@@ -83,75 +72,67 @@ class ConcurrentWritersTest : public PreferencesFolderTest {
 protected:
     ConcurrentWritersTest() : PreferencesFolderTest(FastFolder()) {}
 
-    struct Writer {
-        pid_t pid = -1;
-        int pipe = -1; // the read end
-        int next = 0;  // the change after the last one reported
-    };
-
-    void Start(int number) {
+    void Start(int writer) {
         int ends[2];
         ASSERT_EQ(::pipe(ends), 0);
         pid_t child = ::fork();
         if (child == 0) {
             ::close(ends[0]);
-            Write(folder_.Path(), number, writers_[number].next, ends[1]);
+            Write(folder_.Path(), writer, next_[writer], ends[1]);
         }
         ::close(ends[1]);
-        writers_[number].pid = child;
-        writers_[number].pipe = ends[0];
+        pids_[writer] = child;
+        pipes_[writer] = ends[0];
     }
 
-    // Takes the reports a writer sent; false once it has ended.
-    bool Collect(int number) {
-        Writer& writer = writers_[number];
+    // Takes one report; false once the writer has ended.
+    bool Collect(int writer) {
         int index;
-        ssize_t got = ::read(writer.pipe, &index, sizeof index);
-        if (got == sizeof index) {
-            reported_[number].insert(index);
-            writer.next = index + 1;
+        if (::read(pipes_[writer], &index, sizeof index) == sizeof index) {
+            reported_[writer].insert(index);
+            next_[writer] = index + 1;
             return true;
         }
-        ::close(writer.pipe);
-        int status = 0;
-        ::waitpid(writer.pid, &status, 0);
-        writer.pid = -1;
+        ::close(pipes_[writer]);
+        ::waitpid(pids_[writer], nullptr, 0);
+        pids_[writer] = -1;
         return false;
     }
 
-    void Kill(int number) {
-        ::kill(writers_[number].pid, SIGKILL);
-        while (Collect(number)) {
+    // The writer starts again after its last reported change.
+    void Kill(int writer) {
+        ::kill(pids_[writer], SIGKILL);
+        while (Collect(writer)) {
         }
         EXPECT_TRUE(RawParse(DomainFile(AgentPreferenceDomain))) << "the file always parses";
-        Start(number);
+        Start(writer);
     }
 
-    std::array<Writer, kWriters> writers_;
+    std::array<pid_t, kWriters> pids_{};
+    std::array<int, kWriters> pipes_{};
+    std::array<int, kWriters> next_{};
     std::array<std::set<int>, kWriters> reported_;
 };
 
 } // namespace
 
 TEST_F(ConcurrentWritersTest, EveryReportedChangeIsKeptAndTheLatestDateWins) {
-    for (int number = 0; number < kWriters; ++number) {
-        Start(number);
+    for (int writer = 0; writer < kWriters; ++writer) {
+        Start(writer);
     }
     std::mt19937 random(20261122);
     int kills = 0;
     for (int running = kWriters; running > 0 && !HasFailure();) {
         std::array<pollfd, kWriters> polled{};
-        for (int number = 0; number < kWriters; ++number) {
-            polled[number] = {writers_[number].pid > 0 ? writers_[number].pipe : -1, POLLIN, 0};
+        for (int writer = 0; writer < kWriters; ++writer) {
+            polled[writer] = {pids_[writer] > 0 ? pipes_[writer] : -1, POLLIN, 0};
         }
         ASSERT_GT(::poll(polled.data(), kWriters, 10000), 0) << "the writers stopped";
-        for (int number = 0; number < kWriters; ++number) {
-            if (polled[number].revents != 0 && !Collect(number)) {
-                --running;
-            }
+        for (int writer = 0; writer < kWriters; ++writer) {
+            running -= polled[writer].revents != 0 && !Collect(writer) ? 1 : 0;
         }
         int victim = static_cast<int>(random() % kWriters);
-        if (kills < 40 && random() % 50 == 0 && writers_[victim].pid > 0) {
+        if (kills < 40 && random() % 50 == 0 && pids_[victim] > 0) {
             ++kills;
             Kill(victim);
         }
@@ -162,29 +143,27 @@ TEST_F(ConcurrentWritersTest, EveryReportedChangeIsKeptAndTheLatestDateWins) {
     ASSERT_TRUE(raw);
     auto file = ConvertCFPropertyList<CFPreferenceSectionMap>(
         plist_dict_get_item(raw.Get(), kSettingsPreferenceKey));
-    std::map<std::string, Instant> latest; // contested name -> latest reported date
-    for (int number = 0; number < kWriters; ++number) {
-        EXPECT_EQ(std::count_if(reported_[number].begin(), reported_[number].end(),
+    std::map<std::string, Instant> latest; // of each contested setting, as reported
+    for (int writer = 0; writer < kWriters; ++writer) {
+        EXPECT_EQ(std::count_if(reported_[writer].begin(), reported_[writer].end(),
                                 [](int index) { return index % 3 != 2; }),
                   kChanges - kChanges / 3)
             << "uncontested changes are never refused, so each must have been written";
-        for (int index : reported_[number]) {
-            Change c = ChangeOf(number, index);
-            CFPreferenceSetting const& stored = file[c.section][c.name];
+        for (int index : reported_[writer]) {
+            Change c = ChangeOf(writer, index);
             if (c.section != "Contested") {
-                EXPECT_EQ(stored, CFPreferenceSetting(c.value, c.date)) << c.value;
+                EXPECT_EQ(file[c.section][c.name], CFPreferenceSetting(c.value, c.date)) << c.value;
             } else if (latest[c.name] < c.date) {
                 latest[c.name] = c.date;
             }
         }
     }
     for (auto const& [name, date] : latest) {
-        CFPreferenceSetting const& stored = file["Contested"][name];
-        EXPECT_FALSE(stored.Date() < date) << name << " lost a later date";
         // The value names the change it came from, which fixes its date.
-        int writer = std::stoi(stored.Value());
-        int index = std::stoi(stored.Value().substr(stored.Value().find('/') + 1));
-        EXPECT_EQ(stored.Date(), DateOf(writer, index)) << name;
+        std::string const& value = file["Contested"][name].Value();
+        Instant stored = file["Contested"][name].Date();
+        EXPECT_FALSE(stored < date) << name << " lost a later date";
+        EXPECT_EQ(stored, DateOf(std::stoi(value), std::stoi(value.substr(value.find('/') + 1))));
     }
     for (auto const& entry : std::filesystem::directory_iterator(folder_.Path())) {
         EXPECT_EQ(entry.path().string().find(".unreadable."), std::string::npos) << entry.path();

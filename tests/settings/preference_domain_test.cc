@@ -77,30 +77,6 @@ TEST_F(PreferenceDomainTest, WritersOfDifferentKeysKeepEachOthersValues) {
     EXPECT_EQ(TextOf(first.CopyValue("B")), "from second");
 }
 
-TEST_F(PreferenceDomainTest, EditsOfOneKeyAreMadeAgainOnTheOtherProcesssWrite) {
-    std::filesystem::path file = DomainFile("test.domain");
-    PreferenceDomain first(file);
-    PreferenceDomain second(file);
-    auto adding = [](char const* name) {
-        return [name](plist_t dictionary) {
-            plist_dict_set_item(dictionary, name, plist_new_string(name));
-            return true;
-        };
-    };
-    first.EditDictionary("Key", adding("a"));
-    second.SetValue("Other", Text("x"));
-    second.Synchronize();
-    second.EditDictionary("Key", adding("b"));
-    second.Synchronize();
-    first.Synchronize();
-
-    AutoCFPropertyList raw = RawParse(file);
-    plist_t edited = plist_dict_get_item(raw.Get(), "Key");
-    EXPECT_EQ(RawText(edited, "a"), "a");
-    EXPECT_EQ(RawText(edited, "b"), "b");
-    EXPECT_EQ(RawText(raw.Get(), "Other"), "x");
-}
-
 TEST_F(PreferenceDomainTest, UnreadableFileIsKeptAsideBeforeTheFirstWrite) {
     std::string const contents[] = {"this is not a property list", "<plist><array/></plist>"};
     for (std::string const& content : contents) {
