@@ -26,9 +26,8 @@ void SetAppPreference(std::string const& key, AutoCFPropertyList value,
     PreferenceDomainFor(applicationId).SetValue(key, std::move(value));
 }
 
-void EditCFPreference(std::string const& key, DictionaryEdit edit,
-                      std::string const& applicationId, std::string const& /*user*/,
-                      std::string const& /*host*/) {
+void EditCFPreference(std::string const& key, DictionaryEdit edit, std::string const& applicationId,
+                      std::string const& /*user*/, std::string const& /*host*/) {
     PreferenceDomainFor(applicationId).EditDictionary(key, std::move(edit));
 }
 

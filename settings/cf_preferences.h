@@ -46,9 +46,8 @@ void SetAppPreference(std::string const& key, AutoCFPropertyList value,
                       std::string const& applicationId);
 // Edits the dictionary under key for the application, user and host; the
 // edit is made again on whatever another process has written meanwhile.
-void EditCFPreference(std::string const& key, DictionaryEdit edit,
-                      std::string const& applicationId, std::string const& user,
-                      std::string const& host);
+void EditCFPreference(std::string const& key, DictionaryEdit edit, std::string const& applicationId,
+                      std::string const& user, std::string const& host);
 // Writes what was set; throws CFPreferencesSynchronizeFailed when it cannot.
 void SynchronizeCFPreferences(std::string const& applicationId, std::string const& user,
                               std::string const& host);

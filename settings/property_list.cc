@@ -376,8 +376,8 @@ private:
         case PLIST_DATE:
             out.push_back(static_cast<char>(kDateMarker));
             AppendBigEndian(
-                out, std::bit_cast<std::uint64_t>(DateThatReadsBackExactly(StoredDate(object.node))),
-                8);
+                out,
+                std::bit_cast<std::uint64_t>(DateThatReadsBackExactly(StoredDate(object.node))), 8);
             break;
         default: {
             bool dictionary = object.kind == PLIST_DICT;

@@ -142,8 +142,9 @@ void Put(plist_t sections, SettingChange const& change) {
     if (entry == nullptr && !create) {
         return;
     }
-    CFPreferenceSetting stored =
-        entry != nullptr ? ConvertCFPropertyList<CFPreferenceSetting>(entry) : CFPreferenceSetting();
+    CFPreferenceSetting stored = entry != nullptr
+                                     ? ConvertCFPropertyList<CFPreferenceSetting>(entry)
+                                     : CFPreferenceSetting();
     if (Supersedes(change.setting, stored)) {
         plist_dict_set_item(section, change.name.c_str(),
                             MakeCFPropertyList(change.setting).Release());

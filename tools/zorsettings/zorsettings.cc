@@ -250,8 +250,7 @@ int Run(Invocation const& invocation, std::ostream& out, std::ostream& err) {
     if (command == "migrate-administrators") {
         ExpectArguments(invocation, 0, 0);
         auto settings = OpenStore(kSettingsPreferenceKey);
-        return RenameSection(*settings, "Administrator", AdministratorsSettingSection().str(),
-                             err);
+        return RenameSection(*settings, "Administrator", AdministratorsSettingSection().str(), err);
     }
     throw UsageError("unknown command " + command);
 }
