@@ -26,6 +26,11 @@ void SetAppPreference(std::string const& key, AutoCFPropertyList value,
     PreferenceDomainFor(applicationId).SetValue(key, std::move(value));
 }
 
+void EditCFPreference(std::string const& key, DictionaryEdit edit, std::string const& applicationId,
+                      std::string const& /*user*/, std::string const& /*host*/) {
+    PreferenceDomainFor(applicationId).EditDictionary(key, std::move(edit));
+}
+
 void SynchronizeCFPreferences(std::string const& applicationId, std::string const& /*user*/,
                               std::string const& /*host*/) {
     if (!SynchronizeAppPreferences(applicationId)) {
@@ -56,6 +61,11 @@ SharedCFPropertyList GeneralCFPreferenceSet::CopyPreference(std::string const& k
 
 void GeneralCFPreferenceSet::SetPreference(std::string const& key, AutoCFPropertyList value) {
     SetCFPreference(key, std::move(value), applicationId_, user_, host_);
+    valueSet_ = true;
+}
+
+void GeneralCFPreferenceSet::EditPreference(std::string const& key, DictionaryEdit edit) {
+    EditCFPreference(key, std::move(edit), applicationId_, user_, host_);
     valueSet_ = true;
 }
 

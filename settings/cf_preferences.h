@@ -8,6 +8,7 @@
 #include <string_view>
 
 #include "evaluator/errors.h"
+#include "settings/preference_domain.h"
 #include "settings/property_list.h"
 #include "util/instant.h"
 
@@ -43,6 +44,10 @@ void SetCFPreference(std::string const& key, AutoCFPropertyList value,
                      std::string const& host);
 void SetAppPreference(std::string const& key, AutoCFPropertyList value,
                       std::string const& applicationId);
+// Edits the dictionary under key for the application, user and host; the
+// edit is made again on whatever another process has written meanwhile.
+void EditCFPreference(std::string const& key, DictionaryEdit edit, std::string const& applicationId,
+                      std::string const& user, std::string const& host);
 // Writes what was set; throws CFPreferencesSynchronizeFailed when it cannot.
 void SynchronizeCFPreferences(std::string const& applicationId, std::string const& user,
                               std::string const& host);
@@ -60,6 +65,7 @@ public:
     std::string const& ApplicationId() const { return applicationId_; }
     SharedCFPropertyList CopyPreference(std::string const& key) const;
     void SetPreference(std::string const& key, AutoCFPropertyList value);
+    void EditPreference(std::string const& key, DictionaryEdit edit);
     // Writes if a value was set since the last synchronisation.
     void Synchronize();
 

@@ -60,6 +60,22 @@ plist_t PreferenceDomain::WritableRoot() {
     return contents.root->Get();
 }
 
+namespace {
+
+// Runs edit on the dictionary under key, made first when absent or of
+// another kind. Returns false when something there could not be used.
+bool EditIn(plist_t root, std::string const& key, DictionaryEdit const& edit) {
+    plist_t value = plist_dict_get_item(root, key.c_str());
+    bool usable = value == nullptr || plist_get_node_type(value) == PLIST_DICT;
+    if (!usable || value == nullptr) {
+        plist_dict_set_item(root, key.c_str(), plist_new_dict());
+        value = plist_dict_get_item(root, key.c_str());
+    }
+    return edit(value) && usable;
+}
+
+} // namespace
+
 void PreferenceDomain::SetValue(std::string const& key, AutoCFPropertyList value) {
     plist_t root = WritableRoot();
     if (value) {
@@ -67,7 +83,25 @@ void PreferenceDomain::SetValue(std::string const& key, AutoCFPropertyList value
     } else if (plist_dict_get_item(root, key.c_str()) != nullptr) {
         plist_dict_remove_item(root, key.c_str());
     }
-    pending_.insert(key);
+    pending_[key] = Pending{true, {}};
+}
+
+void PreferenceDomain::EditDictionary(std::string const& key, DictionaryEdit edit) {
+    if (!EditIn(WritableRoot(), key, edit)) {
+        PreserveBeforeOverwrite();
+    }
+    Pending& pending = pending_[key];
+    if (!pending.replaced) {
+        pending.edits.push_back(std::move(edit));
+    }
+}
+
+std::set<std::string> PreferenceDomain::PendingKeys() const {
+    std::set<std::string> keys;
+    for (auto const& [key, pending] : pending_) {
+        keys.insert(key);
+    }
+    return keys;
 }
 
 void PreferenceDomain::PreserveBeforeOverwrite() {
@@ -77,12 +111,19 @@ void PreferenceDomain::PreserveBeforeOverwrite() {
     }
 }
 
-// Another process replaced the file: start from its content and put this
-// process's pending keys on top.
+// Another process replaced the file: start from its content and make this
+// process's pending changes again on top.
 void PreferenceDomain::AdoptChangedFile(Loaded fresh) {
     plist_t freshRoot = fresh.root->Get();
     plist_t ownRoot = loaded_->root->Get();
-    for (std::string const& key : pending_) {
+    bool usable = !fresh.unreadable;
+    for (auto const& [key, pending] : pending_) {
+        for (DictionaryEdit const& edit : pending.edits) {
+            usable = EditIn(freshRoot, key, edit) && usable;
+        }
+        if (!pending.replaced) {
+            continue;
+        }
         plist_t item = plist_dict_get_item(ownRoot, key.c_str());
         if (item != nullptr) {
             plist_dict_set_item(freshRoot, key.c_str(), plist_copy(item));
@@ -91,7 +132,7 @@ void PreferenceDomain::AdoptChangedFile(Loaded fresh) {
         }
     }
     preserve_.reset();
-    if (fresh.unreadable) {
+    if (!usable) {
         preserve_ = fresh.identity;
     }
     loaded_ = std::move(fresh);

@@ -5,9 +5,12 @@
 #pragma once
 
 #include <filesystem>
+#include <functional>
+#include <map>
 #include <optional>
 #include <set>
 #include <string>
+#include <vector>
 
 #include "settings/preference_file.h"
 #include "settings/property_list.h"
@@ -16,6 +19,10 @@
 inline constexpr char const* kPreferencesFolderVariable = "ZOR_PREFERENCES_DIR";
 // The folder used when neither the variable nor SetPreferencesFolder names one.
 inline constexpr char const* kDefaultPreferencesFolder = "/var/lib/zor/preferences";
+
+// Changes a dictionary value in place. Returns false when it met parts it
+// could not use and replaced them, so that the file holding them is kept.
+using DictionaryEdit = std::function<bool(plist_t dictionary)>;
 
 class PreferenceDomain {
 public:
@@ -30,11 +37,17 @@ public:
 
     // The value under key, or null when there is none.
     SharedCFPropertyList CopyValue(std::string const& key);
-    // Sets (or, with a null value, removes) key in the cache.
+    // Sets (or, with a null value, removes) key in the cache. The key's
+    // value as this process holds it then replaces the file's when written.
     void SetValue(std::string const& key, AutoCFPropertyList value);
+    // Edits the dictionary under key in the cache now, and again on the
+    // file's value if another process wrote the file before this one does:
+    // other changes to the key are merged, not overwritten. A value of
+    // another kind is taken as an empty dictionary (and the file kept).
+    void EditDictionary(std::string const& key, DictionaryEdit edit);
     // Under the file's lock: picks up the file if another process replaced
-    // it, re-applies this process's pending keys and writes the result.
-    // Throws PreferenceFileError; pending keys then stay pending.
+    // it, re-applies this process's pending changes and writes the result.
+    // Throws PreferenceFileError; pending changes then stay pending.
     void Synchronize();
     // The loaded file holds data this process could not use: keep it aside
     // before the first write over it.
@@ -42,8 +55,8 @@ public:
     // Synchronize, reporting a failure on stderr and dropping what could not
     // be written. Returns whether everything was written.
     bool SynchronizeOrReport() noexcept;
-    // Keys set since the last successful synchronisation.
-    std::set<std::string> const& PendingKeys() const { return pending_; }
+    // Keys set or edited since the last successful synchronisation.
+    std::set<std::string> PendingKeys() const;
 
 private:
     struct Loaded {
@@ -60,7 +73,12 @@ private:
     std::filesystem::path file_;
     std::optional<Loaded> loaded_;
     std::optional<FileIdentity> preserve_; // the on-disk version to keep before replacing
-    std::set<std::string> pending_;
+    // What this process changed under a key since the last write.
+    struct Pending {
+        bool replaced = false;             // the cached value replaces the file's
+        std::vector<DictionaryEdit> edits; // else: edits to make on the file's value
+    };
+    std::map<std::string, Pending> pending_;
 };
 
 // The domain of an application identifier in the current preferences folder,

@@ -7,6 +7,8 @@
 #include <cstdlib>
 #include <limits>
 #include <optional>
+#include <unordered_map>
+#include <vector>
 
 #include "util/plist_guard.h"
 
@@ -156,7 +158,275 @@ AutoCFPropertyList ParsePropertyList(std::string& bytes) {
     return AutoCFPropertyList(tree);
 }
 
+namespace {
+
+// Object markers of the binary form.
+constexpr unsigned char kDataMarker = 0x40;
+constexpr unsigned char kAsciiMarker = 0x50;
+constexpr unsigned char kUtf16Marker = 0x60;
+constexpr unsigned char kArrayMarker = 0xa0;
+constexpr unsigned char kDictionaryMarker = 0xd0;
+constexpr unsigned char kIntegerMarker = 0x10;
+constexpr std::uint64_t kLongCount = 15; // from here the count follows as an integer
+
+// Bytes needed for value as a big-endian unsigned number: 1, 2, 4 or 8.
+std::size_t WidthFor(std::uint64_t value) {
+    return value <= 0xff ? 1 : value <= 0xffff ? 2 : value <= 0xffffffff ? 4 : 8;
+}
+
+void AppendBigEndian(std::string& out, std::uint64_t value, std::size_t width) {
+    for (std::size_t i = width; i-- > 0;) {
+        out.push_back(static_cast<char>((value >> (8 * i)) & 0xff));
+    }
+}
+
+// UTF-8 text as big-endian UTF-16 code units; the text must be valid.
+std::u16string AsUtf16(std::string_view text) {
+    std::u16string units;
+    units.reserve(text.size());
+    auto const* p = reinterpret_cast<unsigned char const*>(text.data());
+    auto const* end = p + text.size();
+    while (p < end) {
+        int length = SequenceLength(*p);
+        std::uint32_t code = length == 1 ? *p : (*p & (0x7f >> length));
+        for (int i = 1; i < length; ++i) {
+            code = (code << 6) | (p[i] & 0x3f);
+        }
+        p += length;
+        if (code >= 0x10000) {
+            code -= 0x10000;
+            units.push_back(static_cast<char16_t>(0xd800 + (code >> 10)));
+            code = 0xdc00 + (code & 0x3ff);
+        }
+        units.push_back(static_cast<char16_t>(code));
+    }
+    return units;
+}
+
+// A date node's value as stored. libplist hands out its fraction truncated
+// to the microsecond below and without its sign, so the node is compared
+// with the nodes each candidate makes; a node that matches none was read
+// from a file, where the fraction was already made exact.
+double StoredDate(plist_t date) {
+    std::int32_t seconds = 0;
+    std::int32_t microseconds = 0;
+    plist_get_date_val(date, &seconds, &microseconds);
+    int sign = seconds < 0 ? -1 : 1;
+    for (int candidateSign : {sign, seconds == 0 ? -1 : sign}) {
+        for (std::int32_t fraction : {microseconds + 1, microseconds}) {
+            AutoCFPropertyList candidate(plist_new_date(seconds, candidateSign * fraction));
+            if (plist_compare_node_value(date, candidate.Get()) != 0) {
+                return static_cast<double>(seconds) +
+                       candidateSign * fraction / kMicrosecondsPerSecond;
+            }
+        }
+    }
+    return static_cast<double>(seconds) + sign * microseconds / kMicrosecondsPerSecond;
+}
+
+// The binary writer for the kinds the stores write (dictionaries, arrays,
+// strings, data, dates). It numbers every object once, sharing equal
+// strings, so its cost grows with the size of the tree alone.
+class BinaryWriter {
+public:
+    // False when the tree holds a kind this writer leaves to libplist.
+    bool Number(plist_t tree) { return Visit(tree).has_value(); }
+
+    // The numbered tree as a binary list with its first object on top.
+    std::string Write() const {
+        std::string out = "bplist00";
+        std::size_t refWidth = WidthFor(objects_.size() - 1);
+        std::vector<std::uint64_t> offsets;
+        offsets.reserve(objects_.size());
+        for (Object const& object : objects_) {
+            offsets.push_back(out.size());
+            WriteObject(out, object, refWidth);
+        }
+        std::uint64_t table = out.size();
+        std::size_t offsetWidth = WidthFor(table);
+        for (std::uint64_t offset : offsets) {
+            AppendBigEndian(out, offset, offsetWidth);
+        }
+        out.append(6, '\0');
+        out.push_back(static_cast<char>(offsetWidth));
+        out.push_back(static_cast<char>(refWidth));
+        AppendBigEndian(out, objects_.size(), 8);
+        AppendBigEndian(out, 0, 8); // the top object is the first one
+        AppendBigEndian(out, table, 8);
+        return out;
+    }
+
+private:
+    struct Object {
+        plist_type kind;
+        plist_t node;          // data and dates
+        std::string_view text; // strings
+        std::size_t firstRef;  // containers: their references in refs_
+        std::size_t count;
+    };
+
+    std::optional<std::uint64_t> Visit(plist_t node) {
+        switch (plist_get_node_type(node)) {
+        case PLIST_STRING: {
+            std::uint64_t length = 0;
+            char const* text = plist_get_string_ptr(node, &length);
+            std::string_view view(text, length);
+            // Never written by a store (text with NUL is data), and no
+            // binary string may hold one: left to libplist, as before.
+            if (view.find('\0') != std::string_view::npos) {
+                return std::nullopt;
+            }
+            return Text(view);
+        }
+        case PLIST_DATA:
+        case PLIST_DATE:
+            objects_.push_back({plist_get_node_type(node), node, {}, 0, 0});
+            return objects_.size() - 1;
+        case PLIST_ARRAY:
+            return Container(node, PLIST_ARRAY, plist_array_get_size(node));
+        case PLIST_DICT:
+            return Container(node, PLIST_DICT, plist_dict_get_size(node));
+        default:
+            return std::nullopt;
+        }
+    }
+
+    // Each distinct text becomes one object; keys reuse it as often as they occur.
+    std::uint64_t Text(std::string_view text) {
+        auto [found, added] = strings_.try_emplace(text, objects_.size());
+        if (added) {
+            objects_.push_back({PLIST_STRING, nullptr, text, 0, 0});
+        }
+        return found->second;
+    }
+
+    std::uint64_t Key(char* owned) {
+        std::unique_ptr<char, void (*)(void*)> key(owned, std::free);
+        std::string_view text(owned);
+        if (auto found = strings_.find(text); found != strings_.end()) {
+            return found->second;
+        }
+        keys_.push_back(std::move(key));
+        return Text(text);
+    }
+
+    // References go to refs_ at places reserved before the children are
+    // numbered, since children add containers of their own.
+    std::optional<std::uint64_t> Container(plist_t node, plist_type kind, std::uint32_t count) {
+        std::size_t index = objects_.size();
+        std::size_t first = refs_.size();
+        std::size_t perItem = kind == PLIST_DICT ? 2 : 1;
+        objects_.push_back({kind, node, {}, first, count});
+        refs_.resize(first + perItem * count);
+        if (kind == PLIST_ARRAY) {
+            plist_array_iter rawIterator = nullptr;
+            plist_array_new_iter(node, &rawIterator);
+            std::unique_ptr<void, void (*)(void*)> iterator(rawIterator, std::free);
+            for (std::size_t i = 0; i < count; ++i) {
+                plist_t value = nullptr;
+                plist_array_next_item(node, rawIterator, &value);
+                std::optional<std::uint64_t> item = Visit(value);
+                if (!item) {
+                    return std::nullopt;
+                }
+                refs_[first + i] = *item;
+            }
+            return index;
+        }
+        plist_dict_iter rawIterator = nullptr;
+        plist_dict_new_iter(node, &rawIterator);
+        std::unique_ptr<void, void (*)(void*)> iterator(rawIterator, std::free);
+        for (std::size_t i = 0; i < count; ++i) {
+            char* key = nullptr;
+            plist_t value = nullptr;
+            plist_dict_next_item(node, rawIterator, &key, &value);
+            refs_[first + i] = Key(key);
+            std::optional<std::uint64_t> item = Visit(value);
+            if (!item) {
+                return std::nullopt;
+            }
+            refs_[first + count + i] = *item;
+        }
+        return index;
+    }
+
+    static void WriteMarker(std::string& out, unsigned char marker, std::uint64_t count) {
+        if (count < kLongCount) {
+            out.push_back(static_cast<char>(marker | count));
+            return;
+        }
+        out.push_back(static_cast<char>(marker | 0x0f));
+        std::size_t width = WidthFor(count);
+        out.push_back(static_cast<char>(kIntegerMarker | std::countr_zero(width)));
+        AppendBigEndian(out, count, width);
+    }
+
+    void WriteObject(std::string& out, Object const& object, std::size_t refWidth) const {
+        switch (object.kind) {
+        case PLIST_STRING:
+            WriteText(out, object.text);
+            break;
+        case PLIST_DATA: {
+            std::uint64_t length = 0;
+            char const* bytes = plist_get_data_ptr(object.node, &length);
+            WriteMarker(out, kDataMarker, length);
+            out.append(bytes, length);
+            break;
+        }
+        case PLIST_DATE:
+            out.push_back(static_cast<char>(kDateMarker));
+            AppendBigEndian(
+                out,
+                std::bit_cast<std::uint64_t>(DateThatReadsBackExactly(StoredDate(object.node))), 8);
+            break;
+        default: {
+            bool dictionary = object.kind == PLIST_DICT;
+            WriteMarker(out, dictionary ? kDictionaryMarker : kArrayMarker, object.count);
+            std::size_t end = object.firstRef + object.count * (dictionary ? 2 : 1);
+            for (std::size_t i = object.firstRef; i < end; ++i) {
+                AppendBigEndian(out, refs_[i], refWidth);
+            }
+        }
+        }
+    }
+
+    // ASCII as it is; other valid UTF-8 as UTF-16. Bytes that are not
+    // UTF-8 are kept unchanged in the one-byte form, which libplist reads back as they are.
+    static void WriteText(std::string& out, std::string_view text) {
+        bool ascii = std::all_of(text.begin(), text.end(),
+                                 [](char c) { return static_cast<unsigned char>(c) < 0x80; });
+        if (ascii || !IsPropertyListText(text)) {
+            WriteMarker(out, kAsciiMarker, text.size());
+            out.append(text);
+            return;
+        }
+        std::u16string units = AsUtf16(text);
+        WriteMarker(out, kUtf16Marker, units.size());
+        for (char16_t unit : units) {
+            AppendBigEndian(out, unit, 2);
+        }
+    }
+
+    std::vector<Object> objects_;
+    std::vector<std::uint64_t> refs_;
+    std::unordered_map<std::string_view, std::uint64_t> strings_;
+    std::vector<std::unique_ptr<char, void (*)(void*)>> keys_; // the texts of keys
+};
+
+} // namespace
+
+std::optional<std::string> WriteBinaryPropertyList(plist_t tree) {
+    BinaryWriter writer;
+    if (tree == nullptr || !writer.Number(tree)) {
+        return std::nullopt;
+    }
+    return writer.Write();
+}
+
 std::string SerializeBinaryPropertyList(plist_t tree) {
+    if (std::optional<std::string> written = WriteBinaryPropertyList(tree)) {
+        return std::move(*written);
+    }
     char* bytes = nullptr;
     std::uint32_t length = 0;
     plist_to_bin(tree, &bytes, &length);

@@ -5,6 +5,7 @@
 #include <plist/plist.h>
 
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -45,7 +46,13 @@ public:
 // libplist cannot parse safely (util/plist_guard.h) are refused with the reason.
 AutoCFPropertyList ParsePropertyList(std::string& bytes);
 
-// The binary form of a tree.
+// The binary form of a tree, written in time that grows with the tree's
+// size: equal strings are stored once, and dates so that they read back to
+// the microsecond. Nothing when the tree holds a kind other than
+// dictionaries, arrays, strings, data and dates, or a string with a NUL.
+std::optional<std::string> WriteBinaryPropertyList(plist_t tree);
+
+// The binary form of any tree: WriteBinaryPropertyList, else libplist's writer.
 std::string SerializeBinaryPropertyList(plist_t tree);
 
 // True when a plist string can carry the bytes unchanged: valid UTF-8 with

@@ -3,6 +3,7 @@
 #include <cstdlib>
 #include <iostream>
 #include <memory>
+#include <vector>
 
 namespace {
 
@@ -111,6 +112,107 @@ template <> CFPreferenceSectionMap ConvertCFPropertyList<CFPreferenceSectionMap>
     return ConvertDictionaryOf<CFPreferenceSectionMap>(list);
 }
 
+namespace {
+
+// The date rule of Set and Clear: a change dated earlier than the stored
+// setting is refused; an equal or later one replaces it.
+bool Supersedes(CFPreferenceSetting const& change, CFPreferenceSetting const& stored) {
+    return !(change.Date() < stored.Date());
+}
+
+// The section dictionary, made when absent.
+plist_t SectionIn(plist_t sections, std::string const& name) {
+    plist_t section = plist_dict_get_item(sections, name.c_str());
+    if (section == nullptr) {
+        plist_dict_set_item(sections, name.c_str(), plist_new_dict());
+        section = plist_dict_get_item(sections, name.c_str());
+    }
+    return section;
+}
+
+// A value creates its setting; a tombstone only replaces an existing one.
+void Put(plist_t sections, SettingChange const& change) {
+    bool create = !change.setting.Deleted();
+    plist_t section = plist_dict_get_item(sections, change.section.c_str());
+    if (section == nullptr && !create) {
+        return;
+    }
+    section = SectionIn(sections, change.section);
+    plist_t entry = plist_dict_get_item(section, change.name.c_str());
+    if (entry == nullptr && !create) {
+        return;
+    }
+    CFPreferenceSetting stored = entry != nullptr
+                                     ? ConvertCFPropertyList<CFPreferenceSetting>(entry)
+                                     : CFPreferenceSetting();
+    if (Supersedes(change.setting, stored)) {
+        plist_dict_set_item(section, change.name.c_str(),
+                            MakeCFPropertyList(change.setting).Release());
+    }
+}
+
+void CopySection(plist_t sections, std::string const& from, std::string const& to) {
+    plist_t source = plist_dict_get_item(sections, from.c_str());
+    if (source == nullptr) {
+        return;
+    }
+    plist_t target = SectionIn(sections, to);
+    ForEachDictionaryItem(source, [&](std::string_view name, plist_t setting) {
+        plist_dict_set_item(target, std::string(name).c_str(), plist_copy(setting));
+    });
+}
+
+void ResetDates(plist_t sections) {
+    ForEachDictionaryItem(sections, [](std::string_view, plist_t section) {
+        ForEachDictionaryItem(section, [](std::string_view, plist_t setting) {
+            if (plist_dict_get_item(setting, kSettingDateKey) != nullptr) {
+                plist_dict_remove_item(setting, kSettingDateKey);
+            }
+        });
+    });
+}
+
+void RemoveEverything(plist_t dictionary) {
+    std::vector<std::string> names;
+    ForEachDictionaryItem(dictionary,
+                          [&](std::string_view name, plist_t) { names.emplace_back(name); });
+    for (std::string const& name : names) {
+        plist_dict_remove_item(dictionary, name.c_str());
+    }
+}
+
+// Makes the changes on a store's value as the file holds it. A value that
+// does not read as a store is started over empty, as a store would read it;
+// false then tells the preference layer to keep the file holding it.
+bool MakeChanges(std::vector<SettingChange> const& changes, plist_t sections) {
+    bool usable = true;
+    try {
+        ConvertCFPropertyList<CFPreferenceSectionMap>(sections);
+    } catch (ConvertCFPropertyListError const&) {
+        RemoveEverything(sections);
+        usable = false;
+    }
+    for (SettingChange const& change : changes) {
+        if (!UsableAsKey(change.section) || !UsableAsKey(change.name)) {
+            continue;
+        }
+        switch (change.kind) {
+        case SettingChange::Kind::Put:
+            Put(sections, change);
+            break;
+        case SettingChange::Kind::CopySection:
+            CopySection(sections, change.section, change.name);
+            break;
+        case SettingChange::Kind::ResetDates:
+            ResetDates(sections);
+            break;
+        }
+    }
+    return usable;
+}
+
+} // namespace
+
 CFPreferenceSettingStore::CFPreferenceSettingStore(std::string key, std::string applicationId,
                                                    std::string user, std::string host)
     : preferences_(std::move(applicationId), std::move(user), std::move(host)),
@@ -127,7 +229,7 @@ CFPreferenceSettingStore::CFPreferenceSettingStore(std::string key, std::string 
 
 CFPreferenceSettingStore::~CFPreferenceSettingStore() {
     if (changed_) {
-        Write(key_, contents_);
+        WriteChanges();
     }
 }
 
@@ -182,19 +284,23 @@ CFPreferenceSettingIterator CFPreferenceSettingStore::IteratorForSingleItem(Cons
 void CFPreferenceSettingStore::Set(ConstData section, ConstData name, ConstData value,
                                    Instant date) {
     CFPreferenceSetting& setting = SettingSlot(SectionSlot(section), name.view());
-    if (date < setting.Date()) {
+    CFPreferenceSetting change(value.str(), date);
+    if (!Supersedes(change, setting)) {
         return;
     }
-    setting = CFPreferenceSetting(value.str(), date);
+    setting = change;
+    changes_.push_back({SettingChange::Kind::Put, section.str(), name.str(), std::move(change)});
     changed_ = true;
 }
 
 void CFPreferenceSettingStore::Clear(ConstData section, ConstData name, Instant date) {
     auto found = index_.find(ItemKey{section.view(), name.view()});
-    if (found == index_.end() || date < found->second.item->second.Date()) {
+    CFPreferenceSetting change(date);
+    if (found == index_.end() || !Supersedes(change, found->second.item->second)) {
         return;
     }
-    found->second.item->second = CFPreferenceSetting(date);
+    found->second.item->second = change;
+    changes_.push_back({SettingChange::Kind::Put, section.str(), name.str(), change});
     changed_ = true;
 }
 
@@ -202,7 +308,7 @@ void CFPreferenceSettingStore::Flush() {
     if (!changed_) {
         return;
     }
-    Write(key_, contents_);
+    WriteChanges();
     changed_ = false;
     try {
         preferences_.Synchronize();
@@ -218,17 +324,29 @@ void CFPreferenceSettingStore::ResetDates() {
             setting.SetDate(Instant::First());
         }
     }
+    changes_.push_back({SettingChange::Kind::ResetDates, {}, {}, {}});
 }
 
 void CFPreferenceSettingStore::RenameSection(ConstData from, ConstData to) {
     auto source = contents_.find(from.view());
-    if (source != contents_.end()) {
+    if (source != contents_.end() && from.view() != to.view()) {
         auto target = SectionSlot(to);
         for (auto const& [name, setting] : source->second) {
             SettingSlot(target, name) = setting;
         }
+        changes_.push_back({SettingChange::Kind::CopySection, from.str(), to.str(), {}});
     }
     Flush();
+}
+
+void CFPreferenceSettingStore::WriteChanges() {
+    if (changes_.empty()) {
+        return;
+    }
+    preferences_.EditPreference(key_, [changes = std::move(changes_)](plist_t sections) {
+        return MakeChanges(changes, sections);
+    });
+    changes_.clear();
 }
 
 CFPreferenceSectionMap CFPreferenceSettingStore::Read(std::string const& key) {

@@ -1,5 +1,6 @@
 // Timestamped settings grouped in sections, kept as one preference value
-// and merged by date: the latest writer of a setting wins.
+// and merged by date: the latest change of a setting wins, in memory and in
+// the file alike.
 #pragma once
 
 #include <functional>
@@ -8,6 +9,7 @@
 #include <string_view>
 #include <unordered_map>
 #include <utility>
+#include <vector>
 
 #include "settings/cf_preferences.h"
 #include "util/bytes.h"
@@ -33,6 +35,20 @@ private:
     std::string value_;
     Instant date_ = Instant::First();
     bool deleted_ = true;
+};
+
+// One change a store made, kept until it is written so that it can be made
+// again, with the same date rule, on what other processes wrote meanwhile.
+struct SettingChange {
+    enum class Kind {
+        Put,         // setting into section/name: a value (Set) or a tombstone (Clear)
+        CopySection, // every setting of section into the section named name
+        ResetDates,
+    };
+    Kind kind;
+    std::string section;
+    std::string name;
+    CFPreferenceSetting setting;
 };
 
 // Names compare as bytes, so iteration runs in byte order.
@@ -106,7 +122,10 @@ public:
 };
 
 // One preference value of the agent's domain, held in memory: read once at
-// construction, written back whole on Flush. No operation reports failure.
+// construction. A write does not put the whole value back: the changes made
+// since the last write are made again, in order and with the same date
+// rules, on the value as the file holds it then, so that settings other
+// processes changed meanwhile are kept. No operation reports failure.
 class CFPreferenceSettingStore final : public SettingStore<CFPreferenceSettingIterator> {
 public:
     CFPreferenceSettingStore(std::string key, std::string applicationId, std::string user,
@@ -123,7 +142,7 @@ public:
     void Set(ConstData section, ConstData name, ConstData value, Instant date) override;
     // Leaves a tombstone dated date; ignored for an absent setting or an earlier date.
     void Clear(ConstData section, ConstData name, Instant date) override;
-    // Writes the contents if they changed since the last flush.
+    // Writes the changes if there was one since the last flush.
     void Flush() override;
     // Forgets every date; on its own this is not a change worth writing.
     void ResetDates() override;
@@ -131,7 +150,13 @@ public:
     // itself is not a change, so it reaches the disk only with another one.
     void RenameSection(ConstData from, ConstData to);
 
+    // Hands the changes not yet handed over (section copies and date resets
+    // included, whatever the changed flag says) to the preference layer,
+    // which makes them on the file's value when it writes.
+    void WriteChanges();
+
     CFPreferenceSectionMap Read(std::string const& key);
+    // Sets the key to exactly these contents, replacing what the file holds.
     void Write(std::string const& key, CFPreferenceSectionMap const& contents);
 
     CFPreferenceSectionMap const& Contents() const { return contents_; }
@@ -166,6 +191,7 @@ private:
     CFPreferenceSectionMap contents_;
     bool changed_ = false;
     std::unordered_map<ItemKey, IndexedItem, ItemKeyHash> index_;
+    std::vector<SettingChange> changes_; // made since the last WriteChanges
 };
 
 // The on-disk layout: section → name → {"Value", "Date"}.

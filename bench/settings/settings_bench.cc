@@ -1,20 +1,23 @@
 // A store of 100,000 settings in 100 sections: loading and flushing it
-// against libplist reading and writing the same file, and FindItem.
+// against libplist reading and writing the same file, and FindItem; and
+// one `zorsettings set` into a store of 10,000 settings, whose write merges,
+// against the same command writing the whole store over the file.
 #include <benchmark/benchmark.h>
-#include <fcntl.h>
 #include <stdlib.h>
-#include <unistd.h>
 
 #include <cstdio>
 #include <filesystem>
 #include <map>
 #include <memory>
 #include <random>
+#include <sstream>
 #include <unordered_map>
 
+#include "settings/agent_settings.h"
 #include "settings/preference_domain.h"
 #include "settings/preference_file.h"
 #include "settings/setting_store.h"
+#include "tools/zorsettings/zorsettings.h"
 
 namespace {
 
@@ -35,13 +38,13 @@ struct Fixture {
     std::filesystem::path folder;
     std::filesystem::path file;
 
-    Fixture() {
+    explicit Fixture(std::string const& domain = kDomain, int sectionCount = kSections) {
         std::string pattern = std::filesystem::temp_directory_path() / "zor-settings-bench-XXXXXX";
         folder = ::mkdtemp(pattern.data());
-        file = folder / (std::string(kDomain) + ".plist");
+        file = folder / (domain + ".plist");
         CFPreferenceSectionMap sections;
         Instant base = Instant::Now();
-        for (int s = 0; s < kSections; ++s) {
+        for (int s = 0; s < sectionCount; ++s) {
             auto& settings = sections[SectionName(s)];
             for (int i = 0; i < kSettingsPerSection; ++i) {
                 settings[SettingName(i)] = CFPreferenceSetting(
@@ -63,6 +66,12 @@ struct Fixture {
 
 Fixture& TheFixture() {
     static Fixture fixture;
+    return fixture;
+}
+
+// The agent's file with 10 sections of 1,000 settings, for zorsettings.
+Fixture& SmallAgentFixture() {
+    static Fixture fixture(AgentPreferenceDomain, 10);
     return fixture;
 }
 
@@ -97,36 +106,19 @@ void BM_StoreLoad(benchmark::State& state) {
     }
 }
 
-void WriteWhole(std::filesystem::path const& file, std::string const& bytes, bool sync) {
-    int descriptor = ::open(file.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
-    if (::write(descriptor, bytes.data(), bytes.size()) != static_cast<ssize_t>(bytes.size())) {
-        std::perror("write");
-    }
-    if (sync) {
-        ::fsync(descriptor);
-    }
-    ::close(descriptor);
-}
-
-// libplist alone: serialise the parsed file and write it over a copy.
-void RawLibplistWrite(benchmark::State& state, bool sync) {
-    Fixture& fixture = TheFixture();
-    AutoCFPropertyList tree = RawRead(fixture.file);
-    std::filesystem::path copy = fixture.folder / "raw-copy.plist";
-    for (auto _ : state) {
-        WriteWhole(copy, SerializeBinaryPropertyList(tree.Get()), sync);
-    }
-}
-
+// libplist alone: serialise the parsed file with its own writer.
 void BM_RawLibplistWrite(benchmark::State& state) {
-    RawLibplistWrite(state, false);
-}
-void BM_RawLibplistWriteFsync(benchmark::State& state) {
-    RawLibplistWrite(state, true);
+    AutoCFPropertyList tree = RawRead(TheFixture().file);
+    for (auto _ : state) {
+        char* bytes = nullptr;
+        uint32_t length = 0;
+        plist_to_bin(tree.Get(), &bytes, &length);
+        plist_to_bin_free(bytes);
+    }
 }
 
-// The store: one change, then Flush (convert, serialise, atomic write with
-// fsync of the file and the folder).
+// The store: one change, then Flush (the change made on the file's value,
+// serialised, written atomically with fsync of the file and the folder).
 void BM_StoreFlush(benchmark::State& state) {
     Fixture& fixture = TheFixture();
     SetPreferencesFolder(fixture.folder);
@@ -134,6 +126,33 @@ void BM_StoreFlush(benchmark::State& state) {
     for (auto _ : state) {
         store->Set("Section0", "Setting0", "changed", Instant::Now());
         store->Flush();
+    }
+}
+
+// One `zorsettings set` as a new process runs it: load, set, merging write.
+void BM_ZorSettingsSet(benchmark::State& state) {
+    std::string folder = SmallAgentFixture().folder.string();
+    for (auto _ : state) {
+        std::ostringstream out;
+        if (RunZorSettings({"--folder", folder, "set", "Section0", "Setting0", "v"}, out, out) !=
+            0) {
+            state.SkipWithError(out.str().c_str());
+        }
+    }
+}
+
+// The same steps, but the whole store as loaded is written over the file.
+void BM_PlainWholeSet(benchmark::State& state) {
+    Fixture& fixture = SmallAgentFixture();
+    for (auto _ : state) {
+        SetPreferencesFolder(fixture.folder);
+        CFPreferenceSettingStore store(kSettingsPreferenceKey, AgentPreferenceDomain,
+                                       kCFPreferencesAnyUser, kCFPreferencesCurrentHost);
+        store.Set("Section0", "Setting0", "v", Instant::Now());
+        store.Write(kSettingsPreferenceKey, store.Contents());
+        if (!PreferenceDomainFor(AgentPreferenceDomain).SynchronizeOrReport()) {
+            state.SkipWithError("the write failed");
+        }
     }
 }
 
@@ -181,29 +200,33 @@ void BM_RawHashLookup(benchmark::State& state) {
 
 BENCHMARK(BM_RawLibplistRead)->Unit(benchmark::kMillisecond)->Iterations(8);
 BENCHMARK(BM_StoreLoad)->Unit(benchmark::kMillisecond)->Iterations(8);
-BENCHMARK(BM_RawLibplistWrite)->Unit(benchmark::kMillisecond)->Iterations(2);
-BENCHMARK(BM_RawLibplistWriteFsync)->Unit(benchmark::kMillisecond)->Iterations(2);
-BENCHMARK(BM_StoreFlush)->Unit(benchmark::kMillisecond)->Iterations(2);
+BENCHMARK(BM_RawLibplistWrite)->Unit(benchmark::kMillisecond)->Iterations(1);
+BENCHMARK(BM_StoreFlush)->Unit(benchmark::kMillisecond)->Iterations(8);
+BENCHMARK(BM_ZorSettingsSet)->Unit(benchmark::kMillisecond)->Iterations(40);
+BENCHMARK(BM_PlainWholeSet)->Unit(benchmark::kMillisecond)->Iterations(40);
 BENCHMARK(BM_FindItem)->Unit(benchmark::kNanosecond);
 BENCHMARK(BM_RawHashLookup)->Unit(benchmark::kNanosecond);
 
-// Prints, after the table, each store operation against its raw libplist
+// Prints, after the table, each store operation against its raw
 // counterpart from the same run.
 class RatioReporter : public benchmark::ConsoleReporter {
 public:
     void ReportRuns(std::vector<Run> const& runs) override {
         for (Run const& run : runs) {
             auto iterations = static_cast<double>(run.iterations);
-            seconds_[run.benchmark_name()] = {run.real_accumulated_time / iterations,
-                                              run.cpu_accumulated_time / iterations};
+            std::string name = run.benchmark_name();
+            seconds_[name.substr(0, name.find('/'))] = {run.real_accumulated_time / iterations,
+                                                        run.cpu_accumulated_time / iterations};
         }
         ConsoleReporter::ReportRuns(runs);
     }
     void Finalize() override {
         ConsoleReporter::Finalize();
         Ratio("BM_StoreLoad", "BM_RawLibplistRead", "load / libplist read", 2.0);
-        Ratio("BM_StoreFlush", "BM_RawLibplistWriteFsync", "flush / libplist write+fsync", 2.0);
-        Ratio("BM_StoreFlush", "BM_RawLibplistWrite", "flush / libplist write", 2.0);
+        Ratio("BM_StoreFlush", "BM_RawLibplistRead", "flush / libplist read", 3.0);
+        Ratio("BM_StoreFlush", "BM_RawLibplistWrite", "flush / libplist write", 1.0);
+        Ratio("BM_ZorSettingsSet", "BM_PlainWholeSet",
+              "zorsettings set, merging / writing the whole store", 1.5);
         auto found = seconds_.find("BM_FindItem");
         auto raw = seconds_.find("BM_RawHashLookup");
         if (found != seconds_.end() && raw != seconds_.end()) {
@@ -216,15 +239,12 @@ public:
 
 private:
     void Ratio(std::string const& store, std::string const& raw, char const* label, double target) {
-        auto a = seconds_.find(store + "/iterations:" + Iterations(store));
-        auto b = seconds_.find(raw + "/iterations:" + Iterations(raw));
+        auto a = seconds_.find(store);
+        auto b = seconds_.find(raw);
         if (a != seconds_.end() && b != seconds_.end()) {
             std::printf("%s: %.2fx real, %.2fx CPU (target < %.1fx)\n", label,
                         a->second.real / b->second.real, a->second.cpu / b->second.cpu, target);
         }
-    }
-    static std::string Iterations(std::string const& name) {
-        return name == "BM_RawLibplistRead" || name == "BM_StoreLoad" ? "8" : "2";
     }
     struct Times {
         double real;

@@ -36,9 +36,11 @@ CFPreferenceSectionMap Version(std::string const& tag) {
     for (int generation = 1; generation < 100000; ++generation) {
         std::string tag = std::string(1, writer) + "-" + std::to_string(generation);
         CFPreferenceSectionMap version = Version(tag);
+        // One date for the whole version: writes merge by date, so the
+        // later version then wins every setting and versions never mix.
+        Instant date = Instant::Now();
         for (auto const& [name, setting] : version.at("S")) {
-            store.Set("S", std::string_view(name), std::string_view(setting.Value()),
-                      Instant::Now());
+            store.Set("S", std::string_view(name), std::string_view(setting.Value()), date);
         }
         store.Flush();
         if (::write(flushed, &writer, 1) != 1) {
@@ -87,16 +89,6 @@ std::string WholeVersionIn(std::filesystem::path const& file) {
         EXPECT_EQ(setting.Value(), tag) << "a mix of versions in " << name;
     }
     return tag;
-}
-
-// Killing a process loses nothing of what it wrote to the page cache, so a
-// folder in memory answers the same question as one on disk, without the
-// cost of fsync.
-std::filesystem::path FastFolder() {
-    std::error_code error;
-    return std::filesystem::is_directory("/dev/shm", error)
-               ? std::filesystem::path("/dev/shm")
-               : std::filesystem::temp_directory_path();
 }
 
 class KillWriterTest : public PreferencesFolderTest {

@@ -171,3 +171,24 @@ TEST(AutoCFPropertyListOwnership, MoveHandsOverAndEmptiesTheSource) {
     EXPECT_FALSE(third);
     plist_free(released);
 }
+
+TEST(PropertyListWriting, LibplistReadsBackTheSameTree) {
+    // 300 entries need two-byte references and long counts; strings repeat.
+    AutoCFPropertyList root(plist_new_dict());
+    for (int i = 0; i < 300; ++i) {
+        plist_t array = plist_new_array();
+        plist_array_append_item(array, plist_new_string(i % 3 ? "same \xf0\x9f\x98\x80" : "\xff"));
+        plist_array_append_item(array, plist_new_data("0123456789abcdefg", i % 17));
+        plist_array_append_item(array, plist_new_date(i * 1000, i));
+        plist_dict_set_item(root.Get(), ("\xd0\xba" + std::to_string(i)).c_str(), array);
+    }
+    std::string written = WriteBinaryPropertyList(root.Get()).value();
+    AutoCFPropertyList back = ParsePropertyList(written);
+    char* xml[2] = {};
+    uint32_t length[2] = {};
+    plist_to_xml(root.Get(), &xml[0], &length[0]);
+    plist_to_xml(back.Get(), &xml[1], &length[1]);
+    EXPECT_TRUE(std::string(xml[0], length[0]) == std::string(xml[1], length[1]));
+    plist_to_xml_free(xml[0]);
+    plist_to_xml_free(xml[1]);
+}

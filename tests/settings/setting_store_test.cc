@@ -272,3 +272,39 @@ TEST_F(SettingStoreTest, NamesThatCannotBeKeysAreLeftOutAndReported) {
     EXPECT_EQ(Visit(Reopened()->FindSection("S")),
               (std::vector<Seen>{{"good", "kept", At(1), false}}));
 }
+
+TEST_F(SettingStoreTest, WritesMakeTheirOwnChangesOnWhatOthersWroteMeanwhile) {
+    auto first = NewStore();
+    first->Set("Old", "a", "a", At(1));
+    first->Set("S", "x", "x", At(5));
+    first->Flush();
+    auto mine = Reopened();
+
+    StartOver(); // another process writes meanwhile
+    auto theirs = NewStore();
+    theirs->Set("Old", "b", "their b", At(2));
+    theirs->Set("S", "contested", "theirs", At(20));
+    theirs->Set("S", "y", "their y", At(3));
+    theirs->Flush();
+
+    mine->RenameSection("Old", "New");
+    mine->Set("S", "contested", "mine", At(10));
+    mine->Set("S", "z", "my z", At(4));
+    mine->Clear("S", "x", At(6));
+    mine->Flush();
+    auto file = Reopened();
+    EXPECT_EQ(Visit(file->FindSection("S")),
+              (std::vector<Seen>{{"contested", "theirs", At(20), false},
+                                 {"x", "", At(6), true},
+                                 {"y", "their y", At(3), false},
+                                 {"z", "my z", At(4), false}}))
+        << "the later date wins whoever wrote last; untouched settings stay";
+    EXPECT_EQ(Visit(file->FindSection("New")).size(), 2u) << "the copy includes their b";
+
+    mine->ResetDates();
+    mine->Set("S", "w", "w", At(1));
+    mine->Flush();
+    file = Reopened();
+    EXPECT_EQ(file->FindItem("S", "y").Date(), Instant::First()) << "dates reset on theirs too";
+    EXPECT_EQ(file->FindItem("S", "w").Date(), At(1));
+}

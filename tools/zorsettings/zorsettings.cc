@@ -138,8 +138,8 @@ int Save(CFPreferenceSettingStore& store) {
 }
 
 // A section copy is not a change of its own; the command writes it anyway.
-int SaveUnchanged(CFPreferenceSettingStore& store, std::string const& key) {
-    store.Write(key, store.Contents());
+int SaveUnchanged(CFPreferenceSettingStore& store) {
+    store.WriteChanges();
     return PreferenceDomainFor(AgentPreferenceDomain).SynchronizeOrReport() ? kDone : kWriteFailed;
 }
 
@@ -196,14 +196,14 @@ int SetOrClear(CFPreferenceSettingStore& store, Invocation const& invocation, st
     return Save(store);
 }
 
-int RenameSection(CFPreferenceSettingStore& store, std::string const& key, std::string const& from,
-                  std::string const& to, std::ostream& err) {
+int RenameSection(CFPreferenceSettingStore& store, std::string const& from, std::string const& to,
+                  std::ostream& err) {
     if (store.FindSection(AsData(from)).AtEnd()) {
         err << "zorsettings: no section " << Printable(from) << '\n';
         return kNotDone;
     }
     store.RenameSection(AsData(from), AsData(to));
-    return SaveUnchanged(store, key);
+    return SaveUnchanged(store);
 }
 
 int MigrateOptions(std::ostream& out) {
@@ -250,14 +250,12 @@ int Run(Invocation const& invocation, std::ostream& out, std::ostream& err) {
     }
     if (command == "rename-section") {
         ExpectArguments(invocation, 2, 2);
-        return RenameSection(*store, invocation.store, invocation.words[1], invocation.words[2],
-                             err);
+        return RenameSection(*store, invocation.words[1], invocation.words[2], err);
     }
     if (command == "migrate-administrators") {
         ExpectArguments(invocation, 0, 0);
         auto settings = OpenStore(kSettingsPreferenceKey);
-        return RenameSection(*settings, kSettingsPreferenceKey, "Administrator",
-                             AdministratorsSettingSection().str(), err);
+        return RenameSection(*settings, "Administrator", AdministratorsSettingSection().str(), err);
     }
     throw UsageError("unknown command " + command);
 }
