@@ -1,5 +1,5 @@
-// Helpers no phrase shows whole: case-blind ordering, unsigned numerals and
-// numerals in any base.
+// Helpers no phrase shows whole: case-blind ordering, unsigned numerals,
+// numerals in any base, and a version with no components.
 #include <gtest/gtest.h>
 
 #include <limits>
@@ -31,6 +31,12 @@ TEST(CoreNumerals, ReadUnsigned32BitAndWriteInAnyBase) {
     EXPECT_STREQ(Numeral(1234).c_str(), "1234");
     EXPECT_THROW(Numeral(1, 1), std::invalid_argument);
     EXPECT_THROW(Numeral(1, 17), std::invalid_argument);
+}
+
+TEST(CoreVersions, NoComponentsPrintsNothingAndSortsFirst) {
+    std::uint64_t one[] = {1};
+    EXPECT_EQ(VersionText({one, 0}), "");
+    EXPECT_EQ(CompareVersions({one, 0}, {one, 1}), std::strong_ordering::less);
 }
 
 } // namespace

@@ -410,6 +410,7 @@ TEST(Registration, IteratorsWalkInTheirStateAndAreDestroyed) {
     EXPECT_TRUE(fake::Iterate<integer>(At(&o.iterated), nullptr, &none).empty());
     EXPECT_EQ(fake::Iterate<integer>(At(&o.units), nullptr, &three),
               (std::vector<integer>{3, 2, 1}));
+    EXPECT_TRUE(fake::Iterate<integer>(At(&o.units), nullptr, &none).empty());
     EXPECT_EQ(Countdown::alive, alive) << "destroy runs the destructor";
     EXPECT_EQ(fake::Iterate<integer>(At(&o.iteratedGlobal), nullptr, nullptr),
               (std::vector<integer>{2, 1}));
