@@ -115,7 +115,7 @@ TEST(ZorqCli, BadUsageExitsWithTwoBeforeEvaluating) {
     EXPECT_THAT(help.out, StartsWith("Usage: zorq"));
 }
 
-TEST(ZorqCli, PhraseListingAsTableAndJsonThenTheExpressions) {
+TEST(ZorqCli, PhraseListingAsAlignedTableAndSortedJsonThenTheExpressions) {
     auto const table = zorq({"--phrases"});
     EXPECT_EQ(table.status, 0);
     auto const rows = lines(table.out);
@@ -126,15 +126,29 @@ TEST(ZorqCli, PhraseListingAsTableAndJsonThenTheExpressions) {
         return std::regex_search(row, stringLength);
     })) << table.out;
     EXPECT_THAT(table.out, HasSubstr("environment variable")) << "the inspectors are built in";
+    for (char const* heading : {"PHRASE", "PLURAL", "OBJECT", "INDEX", "RESULT"}) {
+        auto const column = rows[0].find(heading);
+        ASSERT_NE(column, std::string::npos) << heading;
+        for (auto const& row : rows) {
+            EXPECT_TRUE(row[column - 1] == ' ' && row[column] != ' ') << heading << ": " << row;
+            EXPECT_NE(row.back(), ' ') << row;
+        }
+    }
 
     auto const objects = lines(zorq({"--phrases", "--json"}).out);
     EXPECT_EQ(objects.size(), rows.size() - 1) << "one object per table row";
-    EXPECT_TRUE(std::any_of(objects.begin(), objects.end(), [](auto const& line) {
+    auto text = [](Json const& value) { return value.is_null() ? "" : value.get<std::string>(); };
+    std::vector<std::string> previous;
+    for (auto const& line : objects) {
         auto const entry = Json::parse(line);
-        return entry["phrase"] == "length" && entry["object"] == "string" &&
-               entry["result"] == "integer";
-    }));
-
+        std::vector<std::string> key{text(entry["phrase"]), text(entry["object"]),
+                                     text(entry["index"])};
+        EXPECT_LE(previous, key) << "sorted by phrase, object and index";
+        previous = key;
+        if (key == std::vector<std::string>{"length", "string", ""}) {
+            EXPECT_TRUE(entry["index"].is_null() && entry["result"] == "integer") << line;
+        }
+    }
     EXPECT_TRUE(zorq({"--phrases", "1 + 1"}).out.ends_with("\nA: 2\n"));
 }
 
