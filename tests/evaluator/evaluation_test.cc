@@ -1,8 +1,6 @@
-// Evaluation: laziness, plurality errors, lifetimes of iterator states and
-// values, budgets, and contexts.
+// Evaluation: laziness, lifetimes of iterator states and values, the
+// context and the evaluation memory, seen through counting test phrases.
 #include <gtest/gtest.h>
-
-#include <chrono>
 
 #include "evaluator/context.h"
 #include "evaluator/registration.h"
@@ -24,28 +22,8 @@ TEST_F(Evaluation, ExistsStopsAtTheFirstValueAndCountingKeepsNothing) {
     EXPECT_EQ(counters.nexts, 0);
     EXPECT_EQ(counters.destroyed, counters.constructed);
 
-    EXPECT_EQ(answer("exists tick 5"), "True"); // no non-unique error under exists
-    EXPECT_EQ(answer("exists tick 0"), "False");
-    EXPECT_EQ(answer("exists ticks 0"), "False");
     EXPECT_EQ(answer("number of ticks 100000"), "100000");
-    EXPECT_EQ(answer("number of ticks 0"), "0");
     EXPECT_EQ(counters.destroyed, counters.constructed);
-}
-
-TEST_F(Evaluation, AndOrShortCircuit) {
-    EXPECT_EQ(answer("false and (1 / 0 = 1)"), "False");
-    EXPECT_EQ(answer("true or (1 / 0 = 1)"), "True");
-    EXPECT_EQ(failure("true and (1 / 0 = 1)"), "0: DivisionByZero: division by zero");
-}
-
-TEST_F(Evaluation, SingularExpressionsNeedExactlyOneValue) {
-    EXPECT_EQ(failure("test pet 9"), "0: Singular expression refers to nonexistent object.");
-    EXPECT_EQ(failure("legs of test pet 9"),
-              "0: Singular expression refers to nonexistent object.");
-    EXPECT_EQ(failure("legs of test pet 9 = 4"),
-              "0: Singular expression refers to nonexistent object.");
-    EXPECT_EQ(answers("legs of test pets whose (legs of it = 9)"), std::vector<std::string>{});
-    EXPECT_EQ(answer("number of test pets whose (legs of it = 9)"), "0");
 }
 
 TEST_F(Evaluation, IteratorStateIsDestroyedWhenEvaluationStopsEarly) {
@@ -70,14 +48,6 @@ TEST_F(Evaluation, IteratorStateIsDestroyedWhenEvaluationStopsEarly) {
                  ExpressionError);
     EXPECT_EQ(seen.size(), 2u);
     EXPECT_EQ(counters.destroyed, counters.constructed);
-}
-
-TEST_F(Evaluation, TimeBudgetStopsAnEndlessIteration) {
-    Budget budget{std::chrono::milliseconds(20), 0};
-    auto start = std::chrono::steady_clock::now();
-    EXPECT_EQ(failure("number of ticks (-1)", {nullptr, budget}),
-              "0: EvaluationInterrupted: the evaluation ran past its time or step budget");
-    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(5));
 }
 
 TEST_F(Evaluation, EveryValueIsDestroyedExactlyOnce) {

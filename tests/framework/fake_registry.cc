@@ -87,19 +87,11 @@ void Registered(Record const& record) {
 
 // Whether `withdrawal` ends a registration made by `registration`.
 bool Withdraws(Call withdrawal, Call registration) {
-    switch (registration) {
-    case Call::RegisterType:
-        return withdrawal == Call::UnregisterType;
-    case Call::RegisterProperty:
-    case Call::RegisterIteratedProperty:
-        return withdrawal == Call::UnregisterProperty;
-    case Call::RegisterCast:
-        return withdrawal == Call::UnregisterCast;
-    case Call::RegisterBinaryOperator:
-        return withdrawal == Call::UnregisterBinaryOperator;
-    default:
-        return false;
-    }
+    static constexpr Call kEnds[] = {Call::UnregisterType, Call::UnregisterProperty,
+                                     Call::UnregisterProperty, Call::UnregisterCast,
+                                     Call::UnregisterBinaryOperator};
+    auto const index = static_cast<std::size_t>(registration);
+    return index < std::size(kEnds) && kEnds[index] == withdrawal;
 }
 
 void Unregistered(Call call, void* block) {

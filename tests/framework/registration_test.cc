@@ -1,12 +1,15 @@
-// The older registration family, types, casts and operators, checked through
-// the recording registration API: what each object registers, what its thunks
-// pass to the inspector function, and that it withdraws itself once.
+// The registration objects (types, the property families, Prop, casts and
+// operators) against the recording registration API: what each registers,
+// that its thunks call nothing without a result slot, pass the index and
+// object as the signature reads and copy the whole result, and that each
+// object withdraws exactly its own registration, newest first.
 #include <gtest/gtest.h>
 
 #include <cstring>
 #include <string>
 #include <vector>
 
+#include "framework/prop.h"
 #include "framework/registration.h"
 #include "tests/framework/fake_registry.h"
 
@@ -20,22 +23,18 @@ struct widget {
     integer id;
     integer size;
 };
-
 struct marker {
     static char const* TypeName() { return "marker"; }
 };
-
 struct sprocket {
     static char const* TypeName() { return "sprocket"; }
     integer teeth;
 };
-
-// A type that holds a resource: the evaluator's destroy must run its destructor.
+// Holds a resource: the evaluator's destroy must run its destructor.
 struct handle {
     static char const* TypeName() { return "handle"; }
     static inline int destroyed = 0;
     ~handle() { ++destroyed; }
-    int value = 0;
 };
 
 struct Slot {
@@ -44,54 +43,37 @@ struct Slot {
     template <class T> T const& As() const { return *reinterpret_cast<T const*>(bytes); }
 };
 
-void Fingerprint(Fingerprinter&) {}
-
-// The registration made by the object at `object`: its block starts the object.
-Record RegistrationAt(void const* object) {
+Record At(void const* object) {
     std::optional<Record> record = fake::RegistrationOf(object);
     EXPECT_TRUE(record.has_value());
     return record.value_or(Record(Call::RegisterType));
 }
 
-// Builds `Object` in a scope, hands its registration to `check`, and expects
-// exactly one withdrawal of that block, of the given kind, when it goes away.
-template <class Object, class Check, class... Args>
-void ExpectLifecycle(Call withdrawal, Check check, Args&&... args) {
-    std::size_t before = fake::Log().size();
-    void const* block = nullptr;
-    {
-        Object object(std::forward<Args>(args)...);
-        block = &object;
-        ASSERT_EQ(fake::Log().size(), before + 1);
-        Record const& record = fake::Log().back();
-        EXPECT_EQ(record.block, block);
-        check(record);
-    }
-    std::vector<Record> calls = fake::CallsSince(before + 1);
-    ASSERT_EQ(calls.size(), 1u);
-    EXPECT_EQ(calls[0].call, withdrawal);
-    EXPECT_EQ(calls[0].block, block);
+std::string Text(inspector_string const& s) {
+    return std::string(reinterpret_cast<char const*>(s.pointer), s.length);
 }
 
-int worldCalls = 0;
+void Fingerprint(Fingerprinter&) {}
+
+int calls = 0;
+widget const* seenWidget = nullptr;
+std::string seenName;
+std::vector<unsigned long long> seenNumbers;
+
 integer Answer() {
-    ++worldCalls;
+    ++calls;
     return 42;
 }
-
-widget const* seenWidget = nullptr;
 integer SizeOf(widget const& w) {
+    ++calls;
     seenWidget = &w;
     return w.size;
 }
-
-std::string seenName;
 widget WidgetNamed(unsigned char const* name, unsigned long length, marker const&) {
+    ++calls;
     seenName.assign(reinterpret_cast<char const*>(name), length);
     return {static_cast<integer>(length), 7};
 }
-
-std::vector<unsigned long long> seenNumbers;
 integer Square(unsigned long long n) {
     seenNumbers.push_back(n);
     return static_cast<integer>(n * n);
@@ -100,8 +82,32 @@ integer Times(unsigned long long n, widget const& w) {
     seenNumbers.push_back(n);
     return static_cast<integer>(n) * w.size;
 }
+integer WeightOf(Of, widget const& w) {
+    ++calls;
+    return w.size;
+}
+integer LengthOf(inspector_string const& s) {
+    ++calls;
+    return s.length;
+}
+integer Scaled(integer const& factor, Of, widget const& w) {
+    ++calls;
+    return factor * w.size;
+}
+inspector_string Describe(widget const& w) {
+    ++calls;
+    static unsigned char const text[] = "widget!";
+    return {text, static_cast<std::uint32_t>(w.size)};
+}
+boolean Same(widget const& a, sprocket const& b) {
+    return a.size == b.teeth;
+}
+integer Sum(widget const& a, sprocket const& b) {
+    ++calls;
+    return a.size + b.teeth;
+}
 
-// Counts down from an object's size; the destructor is observable.
+// Counts down from an object's size (or from 2); its lifetime is observable.
 class Countdown {
 public:
     static inline int alive = 0;
@@ -111,318 +117,343 @@ public:
         left_ = w.size;
         return Next(w);
     }
-    integer Next(widget const&) {
-        if (left_ == 0) {
-            throw NoSuchObject();
-        }
-        return left_--;
-    }
+    integer Next(widget const&) { return Next(); }
     integer First() {
         left_ = 2;
         return Next();
     }
     integer Next() {
-        if (left_ == 0) {
+        if (left_ == 0)
             throw NoSuchObject();
-        }
         return left_--;
     }
-
-private:
     integer left_ = -1;
+};
+
+// Steps from a second base, so calls through a derived member pointer need
+// their this-adjustment; Next is virtual and overridden.
+struct Padding {
+    virtual ~Padding() = default;
+    integer padding = 1000;
+};
+struct Steps {
+    integer at = 0, limit = 0;
+    virtual ~Steps() = default;
+    integer First() {
+        at = 0;
+        return Next();
+    }
+    virtual integer Next() {
+        if (at >= limit)
+            throw NoSuchObject();
+        return at++;
+    }
+};
+struct TenfoldSteps : Padding, Steps {
+    TenfoldSteps() { limit = 3; }
+    integer Next() override { return Steps::Next() * 10; }
+};
+struct UnitSteps {
+    Countdown countdown;
+    integer First(Of, widget const& w) { return countdown.First(w); }
+    integer Next(Of, widget const& w) { return countdown.Next(w); }
+};
+struct PrefixSteps {
+    inspector_string whole{};
+    std::uint32_t length = 0;
+    inspector_string First(inspector_string const& s) {
+        whole = s;
+        return Next(s);
+    }
+    inspector_string Next(inspector_string const&) {
+        if (length == whole.length)
+            throw NoSuchObject();
+        return {whole.pointer, ++length};
+    }
+};
+struct MultipleSteps {
+    integer k = 0;
+    integer First(widget const& w, Of, integer const& count) { return Next(w, Of(), count); }
+    integer Next(widget const& w, Of, integer const& count) {
+        if (k == count)
+            throw NoSuchObject();
+        return w.size * ++k;
+    }
+};
+
+inspector_string const kWord{reinterpret_cast<unsigned char const*>("abc"), 3};
+
+// One object of every kind, registered for the length of a test.
+struct Objects {
+    Type<widget> type;
+    Type<marker> emptyType;
+    DerivedType<sprocket, widget> derived;
+    GlobalProperty<integer> global{"answer", "answers", &Answer, &Fingerprint};
+    Property<widget, integer> property{"size", "sizes", &SizeOf, nullptr};
+    NamedProperty<marker, widget> named{"widget", "widgets", &WidgetNamed, nullptr};
+    NumberedGlobalProperty<integer> numbered{"square", "squares", &Square, nullptr};
+    NumberedProperty<widget, integer> numberedOf{"multiple", "multiples", &Times, nullptr};
+    IteratedProperty<Countdown, widget, integer> iterated{"count", "counts", &Fingerprint};
+    IteratedGlobalProperty<Countdown, integer> iteratedGlobal{"tick", "ticks", nullptr};
+    Prop prop{"seven", "sevens", &Answer, &Fingerprint};
+    Prop propOf{"weight", "weights", &WeightOf, nullptr};
+    Prop propIndexed{"length", "lengths", &LengthOf, nullptr};
+    Prop propIndexedOf{"scaled weight", "scaled weights", &Scaled, nullptr};
+    Prop steps{"step", "steps", static_cast<integer (TenfoldSteps::*)()>(&Steps::First),
+               static_cast<integer (TenfoldSteps::*)()>(&Steps::Next), nullptr};
+    Prop units{"unit", "units", &UnitSteps::First, &UnitSteps::Next, &Fingerprint};
+    Prop prefixes{"prefix", "prefixes", &PrefixSteps::First, &PrefixSteps::Next, nullptr};
+    Prop multiples{"multiple", "multiples", &MultipleSteps::First, &MultipleSteps::Next, nullptr};
+    Cast<widget, inspector_string> cast{"string", &Describe, &Fingerprint};
+    Operator2<widget, sprocket, integer> plus{kOperatorPlus, &Sum, nullptr};
+    RelationEqual<widget, sprocket> equal{&Fingerprint, &Same};
+    RelationStartsWith<widget, sprocket> startsWith{nullptr, &Same};
+    RelationEndsWith<widget, sprocket> endsWith{nullptr, &Same};
+    RelationContains<widget, sprocket> contains{nullptr, &Same};
 };
 
 } // namespace
 
-TEST(TypeRegistration, RegistersNameSizeAndBaseAndWithdrawsOnce) {
-    ExpectLifecycle<Type<widget>>(Call::UnregisterType, [](Record const& r) {
+TEST(Registration, EachObjectRegistersItsShape) {
+    Objects o;
+    struct Shape {
+        void const* object;
+        Call call;
+        char const *phrase, *plural, *index, *of, *result;
+        FingerprintFunction fingerprint;
+        unsigned long stateSize = 0;
+    } const shapes[] = {
+        {&o.global, Call::RegisterProperty, "answer", "answers", "", "", "integer", &Fingerprint},
+        {&o.property, Call::RegisterProperty, "size", "sizes", "", "widget", "integer", nullptr},
+        {&o.named, Call::RegisterProperty, "widget", "widgets", "string", "marker", "widget",
+         nullptr},
+        {&o.numbered, Call::RegisterProperty, "square", "squares", "integer", "", "integer",
+         nullptr},
+        {&o.numberedOf, Call::RegisterProperty, "multiple", "multiples", "integer", "widget",
+         "integer", nullptr},
+        {&o.iterated, Call::RegisterIteratedProperty, "count", "counts", "", "widget", "integer",
+         &Fingerprint, sizeof(Countdown)},
+        {&o.iteratedGlobal, Call::RegisterIteratedProperty, "tick", "ticks", "", "", "integer",
+         nullptr, sizeof(Countdown)},
+        {&o.prop, Call::RegisterProperty, "seven", "sevens", "", "", "integer", &Fingerprint},
+        {&o.propOf, Call::RegisterProperty, "weight", "weights", "", "widget", "integer", nullptr},
+        {&o.propIndexed, Call::RegisterProperty, "length", "lengths", "string", "", "integer",
+         nullptr},
+        {&o.propIndexedOf, Call::RegisterProperty, "scaled weight", "scaled weights", "integer",
+         "widget", "integer", nullptr},
+        {&o.steps, Call::RegisterIteratedProperty, "step", "steps", "", "", "integer", nullptr,
+         sizeof(TenfoldSteps)},
+        {&o.units, Call::RegisterIteratedProperty, "unit", "units", "", "widget", "integer",
+         &Fingerprint, sizeof(UnitSteps)},
+        {&o.prefixes, Call::RegisterIteratedProperty, "prefix", "prefixes", "string", "", "string",
+         nullptr, sizeof(PrefixSteps)},
+        {&o.multiples, Call::RegisterIteratedProperty, "multiple", "multiples", "integer", "widget",
+         "integer", nullptr, sizeof(MultipleSteps)},
+        {&o.cast, Call::RegisterCast, "string", "", "", "widget", "string", &Fingerprint},
+    };
+    for (Shape const& s : shapes) {
+        Record const r = At(s.object);
+        EXPECT_EQ(r.call, s.call) << s.phrase;
+        EXPECT_EQ(r.blockSize, 128u) << s.phrase;
+        EXPECT_EQ(r.phrase, s.phrase);
+        EXPECT_EQ(r.plural, s.plural) << s.phrase;
+        EXPECT_EQ(r.indexType, s.index) << s.phrase;
+        EXPECT_EQ(r.objectType, s.of) << s.phrase;
+        EXPECT_EQ(r.resultType, s.result) << s.phrase;
+        EXPECT_EQ(r.fingerprint, s.fingerprint) << s.phrase;
+        EXPECT_EQ(r.stateSize, s.stateSize) << s.phrase;
+        EXPECT_EQ(r.userData, r.block) << s.phrase;
+    }
+
+    struct TypeShape {
+        void const* object;
+        char const* name;
+        unsigned long size;
+        char const* base;
+    } const types[] = {{&o.type, "widget", sizeof(widget), nullptr},
+                       {&o.emptyType, "marker", 1, nullptr},
+                       {&o.derived, "sprocket", sizeof(sprocket), "widget"}};
+    for (TypeShape const& t : types) {
+        Record const r = At(t.object);
         EXPECT_EQ(r.call, Call::RegisterType);
         EXPECT_EQ(r.blockSize, 512u);
-        EXPECT_EQ(r.phrase, "widget");
-        EXPECT_EQ(r.valueSize, sizeof(widget));
-        EXPECT_FALSE(r.baseName.has_value());
+        EXPECT_EQ(r.phrase, t.name);
+        EXPECT_EQ(r.valueSize, t.size) << t.name;
+        EXPECT_EQ(r.baseName, t.base ? std::optional<std::string>(t.base) : std::nullopt);
         EXPECT_EQ(r.reserved, 0);
-        EXPECT_NE(r.destroy, nullptr);
-    });
-    ExpectLifecycle<Type<marker>>(Call::UnregisterType, [](Record const& r) {
-        EXPECT_EQ(r.valueSize, 1u) << "an empty marker type is one byte";
-    });
-    ExpectLifecycle<DerivedType<sprocket, widget>>(Call::UnregisterType, [](Record const& r) {
-        EXPECT_EQ(r.call, Call::RegisterType);
-        EXPECT_EQ(r.blockSize, 512u);
-        EXPECT_EQ(r.phrase, "sprocket");
-        EXPECT_EQ(r.valueSize, sizeof(sprocket));
-        ASSERT_TRUE(r.baseName.has_value());
-        EXPECT_EQ(*r.baseName, "widget");
-        EXPECT_EQ(r.reserved, 0);
-    });
+    }
+
+    int const codes[] = {kOperatorPlus, 6, 9, 10, 11};
+    void const* operators[] = {&o.plus, &o.equal, &o.startsWith, &o.endsWith, &o.contains};
+    for (int i = 0; i < 5; ++i) {
+        Record const r = At(operators[i]);
+        EXPECT_EQ(r.call, Call::RegisterBinaryOperator);
+        EXPECT_EQ(r.operatorCode, codes[i]);
+        EXPECT_EQ(r.objectType, "widget");
+        EXPECT_EQ(r.rightType, "sprocket");
+        EXPECT_EQ(r.resultType, i == 0 ? "integer" : "boolean");
+        EXPECT_EQ(r.fingerprint, i == 1 ? &Fingerprint : nullptr);
+    }
 }
 
-TEST(TypeRegistration, DestroyRunsTheDestructorInPlace) {
-    Type<handle> type;
-    Record const& r = RegistrationAt(&type);
-    alignas(handle) unsigned char storage[sizeof(handle)];
-    ::new (storage) handle();
-    int before = handle::destroyed;
-    r.destroy(storage);
-    EXPECT_EQ(handle::destroyed, before + 1);
+TEST(Registration, WithoutAResultSlotNothingIsCalled) {
+    Objects o;
+    widget w{1, 2};
+    integer index = 0;
+    inspector_string word = kWord;
+    calls = 0;
+    seenNumbers.clear();
+    void const* const plain[] = {&o.global, &o.property, &o.numbered,     &o.numberedOf,
+                                 &o.prop,   &o.propOf,   &o.propIndexedOf};
+    for (void const* object : plain) {
+        Record const r = At(object);
+        r.get(nullptr, &index, &w, nullptr, r.userData);
+    }
+    for (Record const& r : {At(&o.named), At(&o.propIndexed)})
+        r.get(nullptr, &word, &w, nullptr, r.userData);
+    Record const cast = At(&o.cast);
+    cast.cast(nullptr, &w, cast.userData);
+    Slot untouched;
+    Record const plus = At(&o.plus);
+    plus.op(nullptr, &w, untouched.bytes, plus.userData);
+    EXPECT_EQ(calls, 0);
+    EXPECT_TRUE(seenNumbers.empty());
+
+    // An iterator neither starts nor advances without a slot.
+    for (Record const& r : {At(&o.iterated), At(&o.units)}) {
+        int const alive = Countdown::alive;
+        r.construct(nullptr);
+        EXPECT_EQ(Countdown::alive, alive);
+        alignas(Countdown) unsigned char state[sizeof(UnitSteps)];
+        r.construct(state);
+        r.first(nullptr, nullptr, &w, state, r.userData);
+        EXPECT_EQ(reinterpret_cast<Countdown*>(state)->left_, -1);
+        integer value = 0;
+        r.first(&value, nullptr, &w, state, r.userData);
+        r.next(nullptr, nullptr, &w, state, r.userData);
+        r.next(&value, nullptr, &w, state, r.userData);
+        EXPECT_EQ(value, 1);
+        EXPECT_THROW(r.next(&value, nullptr, &w, state, r.userData), NoSuchObject);
+        r.destroy(state);
+        EXPECT_EQ(Countdown::alive, alive);
+    }
 }
 
-TEST(PropertyRegistration, GlobalPropertyRegistersOfTheWorldAndSkipsANullSlot) {
-    ExpectLifecycle<GlobalProperty<integer>>(
-        Call::UnregisterProperty,
-        [](Record const& r) {
-            EXPECT_EQ(r.call, Call::RegisterProperty);
-            EXPECT_EQ(r.blockSize, 128u);
-            EXPECT_EQ(r.phrase, "answer");
-            EXPECT_EQ(r.plural, "answers");
-            EXPECT_EQ(r.indexType, "");
-            EXPECT_EQ(r.objectType, "");
-            EXPECT_EQ(r.resultType, "integer");
-            EXPECT_EQ(r.userData, r.block);
-            EXPECT_EQ(r.fingerprint, &Fingerprint);
-
-            int calls = worldCalls;
-            r.get(nullptr, nullptr, nullptr, nullptr, r.userData);
-            EXPECT_EQ(worldCalls, calls) << "no result slot, no call";
-            Slot slot;
-            r.get(slot.bytes, nullptr, nullptr, nullptr, r.userData);
-            EXPECT_EQ(worldCalls, calls + 1);
-            EXPECT_EQ(slot.As<integer>(), 42);
-        },
-        "answer", "answers", &Answer, &Fingerprint);
-}
-
-TEST(PropertyRegistration, PropertyPassesTheObjectAndCopiesAWholeValue) {
-    Property<widget, integer> size("size", "sizes", &SizeOf, nullptr);
-    Record const& r = RegistrationAt(&size);
-    EXPECT_EQ(r.indexType, "");
-    EXPECT_EQ(r.objectType, "widget");
-    EXPECT_EQ(r.resultType, "integer");
-    EXPECT_EQ(r.fingerprint, nullptr);
-
-    widget w{1, 99};
-    seenWidget = nullptr;
-    r.get(nullptr, nullptr, &w, nullptr, r.userData);
-    EXPECT_EQ(seenWidget, nullptr);
+TEST(Registration, ThunksPassIndexAndObjectAndCopyTheWholeResult) {
+    Objects o;
+    widget w{1, 12};
+    integer three = 3;
     Slot slot;
-    r.get(slot.bytes, nullptr, &w, nullptr, r.userData);
+    auto get = [&](void const* object, void const* index, void const* of) {
+        Record const r = At(object);
+        r.get(slot.bytes, index, of, nullptr, r.userData);
+        return slot.As<integer>();
+    };
+    EXPECT_EQ(get(&o.global, nullptr, nullptr), 42);
+    EXPECT_EQ(get(&o.prop, nullptr, nullptr), 42);
+    EXPECT_EQ(get(&o.property, nullptr, &w), 12);
     EXPECT_EQ(seenWidget, &w) << "the object is passed by reference, not copied";
-    EXPECT_EQ(slot.As<integer>(), 99);
-}
-
-TEST(PropertyRegistration, NamedPropertyPassesTheIndexBytesAndLength) {
-    NamedProperty<marker, widget> named("widget", "widgets", &WidgetNamed, nullptr);
-    Record const& r = RegistrationAt(&named);
-    EXPECT_EQ(r.call, Call::RegisterProperty);
-    EXPECT_EQ(r.indexType, "string");
-    EXPECT_EQ(r.objectType, "marker");
-    EXPECT_EQ(r.resultType, "widget");
+    EXPECT_EQ(get(&o.propOf, nullptr, &w), 12);
+    EXPECT_EQ(get(&o.propIndexed, &kWord, nullptr), 3);
+    EXPECT_EQ(get(&o.propIndexedOf, &three, &w), 36);
+    seenNumbers.clear();
+    EXPECT_EQ(get(&o.numbered, &three, nullptr), 9);
+    EXPECT_EQ(get(&o.numberedOf, &three, &w), 36);
+    EXPECT_EQ(seenNumbers, (std::vector<unsigned long long>{3, 3}));
 
     unsigned char const text[] = "left\0right";
-    inspector_string index{text, 10};
+    inspector_string name{text, 10};
     marker m;
-    seenName.clear();
-    r.get(nullptr, &index, &m, nullptr, r.userData);
-    EXPECT_EQ(seenName, "");
-    Slot slot;
-    r.get(slot.bytes, &index, &m, nullptr, r.userData);
+    Record const named = At(&o.named);
+    named.get(slot.bytes, &name, &m, nullptr, named.userData);
     EXPECT_EQ(seenName, std::string("left\0right", 10));
     EXPECT_EQ(slot.As<widget>().id, 10);
     EXPECT_EQ(slot.As<widget>().size, 7) << "every byte of the inspector value is copied";
+
+    Record const cast = At(&o.cast);
+    widget six{0, 6};
+    cast.cast(slot.bytes, &six, cast.userData);
+    EXPECT_EQ(Text(slot.As<inspector_string>()), "widget");
+
+    sprocket teeth{30}, same{12};
+    Record const plus = At(&o.plus);
+    plus.op(slot.bytes, &w, &teeth, plus.userData);
+    EXPECT_EQ(slot.As<integer>(), 42);
+    Record const equal = At(&o.equal);
+    Slot relation;
+    equal.op(relation.bytes, &w, &same, equal.userData);
+    EXPECT_EQ(relation.bytes[0], 1);
+    EXPECT_EQ(relation.bytes[1], 0xAA) << "only the boolean's byte is written";
+    equal.op(relation.bytes, &w, &teeth, equal.userData);
+    EXPECT_EQ(relation.bytes[0], 0);
 }
 
-TEST(PropertyRegistration, NumberedPropertiesRefuseNegativeIndexesFirst) {
-    NumberedGlobalProperty<integer> square("square", "squares", &Square, nullptr);
-    NumberedProperty<widget, integer> times("multiple", "multiples", &Times, nullptr);
-    Record const& g = RegistrationAt(&square);
-    Record const& o = RegistrationAt(&times);
-    EXPECT_EQ(g.indexType, "integer");
-    EXPECT_EQ(g.objectType, "");
-    EXPECT_EQ(o.indexType, "integer");
-    EXPECT_EQ(o.objectType, "widget");
-
+TEST(Registration, NumberedPropertiesRefuseANegativeIndexBeforeCallingAnything) {
+    Objects o;
     widget w{0, 5};
-    seenNumbers.clear();
     integer const minusOne = -1;
     Slot slot;
-    EXPECT_THROW(g.get(slot.bytes, &minusOne, nullptr, nullptr, g.userData), NoSuchObject);
-    EXPECT_THROW(g.get(nullptr, &minusOne, nullptr, nullptr, g.userData), NoSuchObject);
-    EXPECT_THROW(o.get(nullptr, &minusOne, &w, nullptr, o.userData), NoSuchObject);
-    EXPECT_TRUE(seenNumbers.empty());
-
-    integer const zero = 0;
-    g.get(nullptr, &zero, nullptr, nullptr, g.userData);
-    EXPECT_TRUE(seenNumbers.empty()) << "a valid index without a slot calls nothing";
-    g.get(slot.bytes, &zero, nullptr, nullptr, g.userData);
-    EXPECT_EQ(slot.As<integer>(), 0);
-    integer const three = 3;
-    o.get(slot.bytes, &three, &w, nullptr, o.userData);
-    EXPECT_EQ(slot.As<integer>(), 15);
-    EXPECT_EQ(seenNumbers, (std::vector<unsigned long long>{0, 3}));
-}
-
-TEST(IteratedRegistration, IteratedPropertyWalksTheIteratorInItsState) {
-    ExpectLifecycle<IteratedProperty<Countdown, widget, integer>>(
-        Call::UnregisterProperty,
-        [](Record const& r) {
-            EXPECT_EQ(r.call, Call::RegisterIteratedProperty);
-            EXPECT_EQ(r.blockSize, 128u);
-            EXPECT_EQ(r.phrase, "count");
-            EXPECT_EQ(r.plural, "counts");
-            EXPECT_EQ(r.indexType, "");
-            EXPECT_EQ(r.objectType, "widget");
-            EXPECT_EQ(r.resultType, "integer");
-            EXPECT_EQ(r.stateSize, sizeof(Countdown));
-            EXPECT_EQ(r.userData, r.block);
-            EXPECT_EQ(r.fingerprint, &Fingerprint);
-
-            int alive = Countdown::alive;
-            widget three{0, 3};
-            EXPECT_EQ(fake::Iterate<integer>(r, nullptr, &three), (std::vector<integer>{3, 2, 1}));
-            widget none{0, 0};
-            EXPECT_TRUE(fake::Iterate<integer>(r, nullptr, &none).empty())
-                << "an empty set ends at First";
-            EXPECT_EQ(Countdown::alive, alive) << "destroy runs the destructor";
-        },
-        "count", "counts", &Fingerprint);
-}
-
-TEST(IteratedRegistration, NullSlotsAndNullStateCallNothing) {
-    IteratedProperty<Countdown, widget, integer> counts("count", "counts", nullptr);
-    Record const& r = RegistrationAt(&counts);
-    int alive = Countdown::alive;
-    r.construct(nullptr);
-    EXPECT_EQ(Countdown::alive, alive);
-
-    alignas(Countdown) unsigned char state[sizeof(Countdown)];
-    r.construct(state);
-    widget two{0, 2};
-    r.first(nullptr, nullptr, &two, state, r.userData);
-    integer value = 0;
-    r.next(&value, nullptr, &two, state, r.userData);
-    EXPECT_EQ(value, -1) << "a First without a slot leaves the fresh iterator alone";
-    r.first(&value, nullptr, &two, state, r.userData);
-    EXPECT_EQ(value, 2);
-    r.next(nullptr, nullptr, &two, state, r.userData);
-    r.next(&value, nullptr, &two, state, r.userData);
-    EXPECT_EQ(value, 1) << "a Next without a slot does not advance";
-    EXPECT_THROW(r.next(&value, nullptr, &two, state, r.userData), NoSuchObject);
-    r.destroy(state);
-    EXPECT_EQ(Countdown::alive, alive);
-}
-
-TEST(IteratedRegistration, IteratedGlobalPropertyCallsTheIteratorWithoutObject) {
-    IteratedGlobalProperty<Countdown, integer> ticks("tick", "ticks", nullptr);
-    Record const& r = RegistrationAt(&ticks);
-    EXPECT_EQ(r.call, Call::RegisterIteratedProperty);
-    EXPECT_EQ(r.objectType, "");
-    EXPECT_EQ(r.indexType, "");
-    EXPECT_EQ(r.resultType, "integer");
-    EXPECT_EQ(r.stateSize, sizeof(Countdown));
-    EXPECT_EQ(fake::Iterate<integer>(r, nullptr, nullptr), (std::vector<integer>{2, 1}));
-}
-
-namespace {
-
-inspector_string Describe(widget const& w) {
-    static unsigned char const text[] = "widget!";
-    return {text, static_cast<std::uint32_t>(w.size)};
-}
-
-boolean Same(widget const& a, sprocket const& b) {
-    return a.size == b.teeth;
-}
-
-integer Sum(widget const& a, sprocket const& b) {
-    return a.size + b.teeth;
-}
-
-} // namespace
-
-TEST(CastRegistration, RegistersPhraseSourceAndTargetWithNoPlural) {
-    ExpectLifecycle<Cast<widget, inspector_string>>(
-        Call::UnregisterCast,
-        [](Record const& r) {
-            EXPECT_EQ(r.call, Call::RegisterCast);
-            EXPECT_EQ(r.blockSize, 128u);
-            EXPECT_EQ(r.phrase, "string");
-            EXPECT_EQ(r.plural, "") << "a cast has one name only";
-            EXPECT_EQ(r.objectType, "widget");
-            EXPECT_EQ(r.resultType, "string");
-            EXPECT_EQ(r.userData, r.block);
-            EXPECT_EQ(r.fingerprint, &Fingerprint);
-
-            widget w{0, 6};
-            r.cast(nullptr, &w, r.userData);
-            Slot slot;
-            r.cast(slot.bytes, &w, r.userData);
-            auto const& s = slot.As<inspector_string>();
-            EXPECT_EQ(std::string(reinterpret_cast<char const*>(s.pointer), s.length), "widget");
-        },
-        "string", &Describe, &Fingerprint);
-}
-
-TEST(OperatorRegistration, OperatorAppliesToBothOperandsInOrder) {
-    ExpectLifecycle<Operator2<widget, sprocket, integer>>(
-        Call::UnregisterBinaryOperator,
-        [](Record const& r) {
-            EXPECT_EQ(r.call, Call::RegisterBinaryOperator);
-            EXPECT_EQ(r.blockSize, 128u);
-            EXPECT_EQ(r.operatorCode, kOperatorPlus);
-            EXPECT_EQ(r.objectType, "widget");
-            EXPECT_EQ(r.rightType, "sprocket");
-            EXPECT_EQ(r.resultType, "integer");
-            EXPECT_EQ(r.fingerprint, nullptr);
-            widget w{0, 4};
-            sprocket s{30};
-            Slot slot;
-            r.op(slot.bytes, &w, &s, r.userData);
-            EXPECT_EQ(slot.As<integer>(), 34);
-        },
-        kOperatorPlus, &Sum, nullptr);
-}
-
-TEST(OperatorRegistration, RelationsUseTheirCodesAndStoreOneByte) {
-    RelationEqual<widget, sprocket> equal(&Fingerprint, &Same);
-    RelationStartsWith<widget, sprocket> startsWith(nullptr, &Same);
-    RelationEndsWith<widget, sprocket> endsWith(nullptr, &Same);
-    RelationContains<widget, sprocket> contains(nullptr, &Same);
-    EXPECT_EQ(RegistrationAt(&equal).operatorCode, 6);
-    EXPECT_EQ(RegistrationAt(&startsWith).operatorCode, 9);
-    EXPECT_EQ(RegistrationAt(&endsWith).operatorCode, 10);
-    EXPECT_EQ(RegistrationAt(&contains).operatorCode, 11);
-
-    Record const& r = RegistrationAt(&equal);
-    EXPECT_EQ(r.fingerprint, &Fingerprint);
-    EXPECT_EQ(r.resultType, "boolean");
-    widget w{0, 8};
-    sprocket same{8};
-    sprocket other{9};
-    Slot slot;
-    r.op(nullptr, &w, &same, r.userData);
-    r.op(slot.bytes, &w, &same, r.userData);
-    EXPECT_EQ(slot.bytes[0], 1);
-    EXPECT_EQ(slot.bytes[1], 0xAA) << "only the boolean's byte is written";
-    r.op(slot.bytes, &w, &other, r.userData);
-    EXPECT_EQ(slot.bytes[0], 0);
-}
-
-TEST(Registration, ObjectsAreWithdrawnNewestFirst) {
-    std::size_t before = fake::Log().size();
-    std::vector<void const*> blocks;
-    {
-        Type<widget> a;
-        Property<widget, integer> b("size", "sizes", &SizeOf, nullptr);
-        Cast<widget, inspector_string> c("string", &Describe, nullptr);
-        blocks = {&a, &b, &c};
+    seenNumbers.clear();
+    for (Record const& r : {At(&o.numbered), At(&o.numberedOf)}) {
+        EXPECT_THROW(r.get(slot.bytes, &minusOne, &w, nullptr, r.userData), NoSuchObject);
+        EXPECT_THROW(r.get(nullptr, &minusOne, &w, nullptr, r.userData), NoSuchObject);
     }
-    std::vector<Record> calls = fake::CallsSince(before + 3);
-    ASSERT_EQ(calls.size(), 3u);
-    EXPECT_EQ(calls[0].call, Call::UnregisterCast);
-    EXPECT_EQ(calls[0].block, blocks[2]);
-    EXPECT_EQ(calls[1].call, Call::UnregisterProperty);
-    EXPECT_EQ(calls[1].block, blocks[1]);
-    EXPECT_EQ(calls[2].call, Call::UnregisterType);
-    EXPECT_EQ(calls[2].block, blocks[0]);
+    EXPECT_TRUE(seenNumbers.empty());
+}
+
+TEST(Registration, IteratorsWalkInTheirStateAndAreDestroyed) {
+    Objects o;
+    int const alive = Countdown::alive;
+    widget three{0, 3}, none{0, 0};
+    EXPECT_EQ(fake::Iterate<integer>(At(&o.iterated), nullptr, &three),
+              (std::vector<integer>{3, 2, 1}));
+    EXPECT_TRUE(fake::Iterate<integer>(At(&o.iterated), nullptr, &none).empty());
+    EXPECT_EQ(fake::Iterate<integer>(At(&o.units), nullptr, &three),
+              (std::vector<integer>{3, 2, 1}));
+    EXPECT_TRUE(fake::Iterate<integer>(At(&o.units), nullptr, &none).empty());
+    EXPECT_EQ(Countdown::alive, alive) << "destroy runs the destructor";
+    EXPECT_EQ(fake::Iterate<integer>(At(&o.iteratedGlobal), nullptr, nullptr),
+              (std::vector<integer>{2, 1}));
+    // The member pointers carry the offset of the Steps base and dispatch
+    // the virtual Next to the override.
+    EXPECT_EQ(fake::Iterate<integer>(At(&o.steps), nullptr, nullptr),
+              (std::vector<integer>{0, 10, 20}));
+    std::vector<std::string> prefixes;
+    for (inspector_string const& s :
+         fake::Iterate<inspector_string>(At(&o.prefixes), &kWord, nullptr))
+        prefixes.push_back(Text(s));
+    EXPECT_EQ(prefixes, (std::vector<std::string>{"a", "ab", "abc"}));
+    integer count = 4;
+    EXPECT_EQ(fake::Iterate<integer>(At(&o.multiples), &count, &three),
+              (std::vector<integer>{3, 6, 9, 12}));
+}
+
+TEST(Registration, DestroyOfATypeRunsTheDestructorInPlace) {
+    Type<handle> type;
+    alignas(handle) unsigned char storage[sizeof(handle)];
+    ::new (storage) handle();
+    int before = handle::destroyed;
+    At(&type).destroy(storage);
+    EXPECT_EQ(handle::destroyed, before + 1);
+}
+
+TEST(Registration, ObjectsWithdrawExactlyTheirOwnBlockNewestFirst) {
+    std::size_t const before = fake::Log().size();
+    std::vector<Record> registered;
+    {
+        Objects o;
+        registered = fake::CallsSince(before);
+    }
+    std::vector<Record> const withdrawn = fake::CallsSince(before + registered.size());
+    ASSERT_EQ(withdrawn.size(), registered.size());
+    for (std::size_t i = 0; i < withdrawn.size(); ++i) {
+        Record const& registration = registered[registered.size() - 1 - i];
+        EXPECT_EQ(withdrawn[i].block, registration.block) << i;
+        Call const expected = registration.call == Call::RegisterType   ? Call::UnregisterType
+                              : registration.call == Call::RegisterCast ? Call::UnregisterCast
+                              : registration.call == Call::RegisterBinaryOperator
+                                  ? Call::UnregisterBinaryOperator
+                                  : Call::UnregisterProperty;
+        EXPECT_EQ(withdrawn[i].call, expected) << i;
+    }
 }

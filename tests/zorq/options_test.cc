@@ -10,78 +10,66 @@ Options parse(std::initializer_list<char const*> arguments) {
     return parseOptions(std::span<char const* const>(arguments.begin(), arguments.size()));
 }
 
-void expectUsageError(std::initializer_list<char const*> arguments, std::string const& fragment) {
-    try {
-        parse(arguments);
-        ADD_FAILURE() << "expected a usage error mentioning " << fragment;
-    } catch (UsageError const& error) {
-        EXPECT_NE(std::string(error.what()).find(fragment), std::string::npos) << error.what();
-    }
-}
-
-TEST(ZorqOptions, KeepsExpressionsAndFilesInCommandLineOrder) {
-    auto const options = parse({"1 + 1", "-f", "a.txt", "--file", "-", "--file=b.txt", "x"});
-    ASSERT_EQ(options.inputs.size(), 5u);
-    EXPECT_EQ(options.inputs[0].kind, Input::Kind::Expression);
-    EXPECT_EQ(options.inputs[0].text, "1 + 1");
-    EXPECT_EQ(options.inputs[1].kind, Input::Kind::File);
-    EXPECT_EQ(options.inputs[1].text, "a.txt");
-    EXPECT_EQ(options.inputs[2].text, "-");
-    EXPECT_EQ(options.inputs[2].kind, Input::Kind::File);
-    EXPECT_EQ(options.inputs[3].text, "b.txt");
-    EXPECT_EQ(options.inputs[4].kind, Input::Kind::Expression);
-    EXPECT_EQ(options.inputs[4].text, "x");
-}
-
-TEST(ZorqOptions, NegativeNumbersAndDoubleDashMakeExpressions) {
-    auto const options = parse({"-1 + 2", "- 3", "-", "--", "-t", "--json"});
-    ASSERT_EQ(options.inputs.size(), 5u);
+// Each input as "E:text" or "F:text", in command-line order.
+std::vector<std::string> inputs(Options const& options) {
+    std::vector<std::string> result;
     for (auto const& input : options.inputs)
-        EXPECT_EQ(input.kind, Input::Kind::Expression) << input.text;
-    EXPECT_EQ(options.inputs[0].text, "-1 + 2");
-    EXPECT_EQ(options.inputs[3].text, "-t");
-    EXPECT_FALSE(options.time);
-    EXPECT_FALSE(options.json);
+        result.push_back((input.kind == Input::Kind::File ? "F:" : "E:") + input.text);
+    return result;
 }
 
-TEST(ZorqOptions, Flags) {
+TEST(ZorqOptions, InputsKeepTheirOrderAndDashesOnlyStartOptionsBeforeDoubleDash) {
+    EXPECT_EQ(inputs(parse({"1 + 1", "-f", "a.txt", "--file", "-", "--file=b.txt", "-1 + 2", "- 3",
+                            "-", "--", "-t", "--json"})),
+              (std::vector<std::string>{"E:1 + 1", "F:a.txt", "F:-", "F:b.txt", "E:-1 + 2", "E:- 3",
+                                        "E:-", "E:-t", "E:--json"}));
+}
+
+TEST(ZorqOptions, FlagsBudgetAndPreferences) {
     auto const none = parse({});
     EXPECT_FALSE(none.help || none.time || none.json || none.phrases);
     EXPECT_EQ(none.budget.steps, 0u);
     EXPECT_EQ(none.budget.time.count(), 0);
-
-    auto const all = parse({"-t", "--json", "--phrases", "-h"});
+    EXPECT_EQ(none.preferences, "");
+    auto const all = parse({"-t", "--json", "--phrases", "-h", "--max-time", "250",
+                            "--max-steps=1000", "--preferences=/a", "--preferences", "/b"});
     EXPECT_TRUE(all.time && all.json && all.phrases && all.help);
-    EXPECT_TRUE(parse({"--time"}).time);
-    EXPECT_TRUE(parse({"--help"}).help);
-}
-
-TEST(ZorqOptions, BudgetAndPreferences) {
-    auto const options = parse({"--max-time", "250", "--max-steps=1000"});
-    EXPECT_EQ(options.budget.time, std::chrono::milliseconds(250));
-    EXPECT_EQ(options.budget.steps, 1000u);
-    EXPECT_EQ(parse({"--preferences", "/tmp/prefs"}).preferences, "/tmp/prefs");
-    EXPECT_EQ(parse({"--preferences=/a", "--preferences=/b"}).preferences, "/b");
-    EXPECT_EQ(parse({}).preferences, "");
-}
-
-TEST(ZorqOptions, BadUsage) {
-    expectUsageError({"-x"}, "unknown option -x");
-    expectUsageError({"--bogus=1"}, "unknown option --bogus");
-    expectUsageError({"--verbose"}, "unknown option --verbose");
-    expectUsageError({"1", "-f"}, "-f needs a value");
-    expectUsageError({"--max-steps"}, "--max-steps needs a value");
-    expectUsageError({"--max-time", "abc"}, "\"abc\"");
-    expectUsageError({"--max-time", "-5"}, "\"-5\"");
-    expectUsageError({"--max-time", "10ms"}, "\"10ms\"");
-    expectUsageError({"--max-steps="}, "whole number");
-    expectUsageError({"--max-steps", "99999999999999999999999"}, "whole number");
-    expectUsageError({"--max-time", "9223372036854776"}, "up to 9223372036854775");
+    EXPECT_EQ(all.budget.time, std::chrono::milliseconds(250));
+    EXPECT_EQ(all.budget.steps, 1000u);
+    EXPECT_EQ(all.preferences, "/b");
+    EXPECT_TRUE(parse({"--time"}).time && parse({"--help"}).help);
     EXPECT_EQ(parse({"--max-time", "9223372036854775"}).budget.time.count(), 9223372036854775000);
-    expectUsageError({"--json=yes"}, "--json takes no value");
-    expectUsageError({"--plugin", "p.so"}, "unknown option --plugin");
-    expectUsageError({"--preferences="}, "needs a folder");
-    expectUsageError({"--preferences"}, "needs a value");
+}
+
+TEST(ZorqOptions, BadUsageSaysWhatIsWrong) {
+    struct Case {
+        std::initializer_list<char const*> arguments;
+        char const* fragment;
+    } const cases[] = {
+        {{"-x"}, "unknown option -x"},
+        {{"--bogus=1"}, "unknown option --bogus"},
+        {{"--plugin", "p.so"}, "unknown option --plugin"},
+        {{"1", "-f"}, "-f needs a value"},
+        {{"--max-steps"}, "--max-steps needs a value"},
+        {{"--max-time", "abc"}, "\"abc\""},
+        {{"--max-time", "-5"}, "\"-5\""},
+        {{"--max-time", "10ms"}, "\"10ms\""},
+        {{"--max-steps="}, "whole number"},
+        {{"--max-steps", "99999999999999999999999"}, "whole number"},
+        {{"--max-time", "9223372036854776"}, "up to 9223372036854775"},
+        {{"--json=yes"}, "--json takes no value"},
+        {{"--preferences="}, "needs a folder"},
+        {{"--preferences"}, "needs a value"},
+    };
+    for (Case const& c : cases) {
+        try {
+            parse(c.arguments);
+            ADD_FAILURE() << "expected a usage error mentioning " << c.fragment;
+        } catch (UsageError const& error) {
+            EXPECT_NE(std::string(error.what()).find(c.fragment), std::string::npos)
+                << error.what();
+        }
+    }
 }
 
 TEST(ZorqOptions, HelpMentionsEveryOption) {
