@@ -14,6 +14,7 @@
 
 #include "tests/support/subprocess.h"
 #include "tests/transcripts/transcript.h"
+#include "util/ascii.h"
 
 namespace zor::transcripts {
 namespace {
@@ -55,13 +56,10 @@ void replaceAll(std::string& text, std::string const& from, std::string const& t
 }
 
 int hexDigit(char c) {
-    if (c >= '0' && c <= '9')
-        return c - '0';
-    if (c >= 'a' && c <= 'f')
-        return c - 'a' + 10;
-    if (c >= 'A' && c <= 'F')
-        return c - 'A' + 10;
-    throw std::runtime_error(std::string("bad hex digit '") + c + "'");
+    int const value = Ascii::HexValue(static_cast<unsigned char>(c));
+    if (value < 0)
+        throw std::runtime_error(std::string("bad hex digit '") + c + "'");
+    return value;
 }
 
 // \n, \t, \\ and \xHH, so one line can say any file's bytes.
