@@ -1,13 +1,15 @@
 // The plug-in's system families on the machine the tests run on: every
 // answer is checked against what the system says when asked directly
-// (uname, /proc, getifaddrs), never against fixed values. Only a loopback
-// interface and a few processes are assumed.
+// (uname, /proc, getifaddrs, sysfs), never against fixed values. Only a
+// loopback interface and a few processes are assumed.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <arpa/inet.h>
 #include <cstdio>
 #include <cstdlib>
 #include <dirent.h>
+#include <filesystem>
 #include <fstream>
 #include <ifaddrs.h>
 #include <netinet/in.h>
@@ -99,6 +101,20 @@ std::size_t ProcessDirectories() {
     return count;
 }
 
+namespace fs = std::filesystem;
+
+// The subfolders (no links) of a folder, by name.
+std::vector<std::string> SortedFolders(fs::path const& folder) {
+    std::vector<std::string> names;
+    for (auto const& entry : fs::directory_iterator(folder)) {
+        if (entry.is_directory() && !entry.is_symlink()) {
+            names.push_back(entry.path().filename().string());
+        }
+    }
+    std::sort(names.begin(), names.end());
+    return names;
+}
+
 } // namespace
 
 TEST_F(LiveSystem, ComputerNamesAreTheHostName) {
@@ -173,4 +189,35 @@ TEST_F(LiveSystem, ProcessesAgreeWithProc) {
     // Other processes may start and end meanwhile; the count stays close.
     EXPECT_GE(counted + 20, static_cast<long long>(std::min(before, after)));
     EXPECT_LE(counted, static_cast<long long>(std::max(before, after)) + 20);
+}
+
+TEST_F(LiveSystem, ServicePlaneIsSysDevices) {
+    fs::path const devices = "/sys/devices";
+    std::vector<std::string> const names = SortedFolders(devices);
+    EXPECT_EQ(Ask("names of nodes of service plane of iokit registry"), names);
+    EXPECT_EQ(Ask("names of nodes of node \"IOService:/\" of iokit registry"), names);
+    Answers classes;
+    for (std::string const& name : names) {
+        std::error_code none;
+        fs::path const subsystem = fs::read_symlink(devices / name / "subsystem", none);
+        classes.push_back(none ? "IOService" : subsystem.filename().string());
+    }
+    EXPECT_EQ(Ask("classnames of nodes of service plane of iokit registry"), classes);
+    EXPECT_EQ(One("exists node \"../../etc\" of service plane of iokit registry"), "False");
+}
+
+TEST_F(LiveSystem, EveryServiceNodeHasADictionary) {
+    std::size_t nodes = 0;
+    fs::path const devices = "/sys/devices";
+    for (auto it = fs::recursive_directory_iterator(devices); it != fs::end(it); ++it) {
+        if (!it->is_directory() || it->is_symlink()) {
+            continue;
+        }
+        std::string const path = "IOService:/" + fs::relative(it->path(), devices).string();
+        std::string const keys =
+            One("number of keys of dictionary of node \"" + path + "\" of iokit registry");
+        EXPECT_FALSE(keys.empty()) << path;
+        ++nodes;
+    }
+    EXPECT_GT(nodes, 0u);
 }
