@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <string_view>
 
+#include "platform/linux/console_user.h"
 #include "platform/linux/xdg.h"
 #include "text/message_maker.h"
 
@@ -16,5 +17,6 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
         // an overlong line is declined
     }
     platform::ExecProgram(text);
+    platform::ConsoleUserOfUtmp(ConstData(data, data + size));
     return 0;
 }

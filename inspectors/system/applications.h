@@ -29,3 +29,11 @@ private:
     std::size_t index_ = 0;
 };
 
+struct OSXCurrentUser {
+    static char const* TypeName() { return "current user"; }
+    inspector_string name;
+};
+
+OSXCurrentUser current_user();
+inspector_string Name_of(Of, OSXCurrentUser const& user);
+

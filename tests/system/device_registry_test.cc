@@ -3,6 +3,7 @@
 // built here: what a transcript cannot see.
 #include <gtest/gtest.h>
 
+#include <cstring>
 #include <dirent.h>
 #include <fcntl.h>
 #include <filesystem>
@@ -10,9 +11,11 @@
 #include <optional>
 #include <string>
 #include <sys/stat.h>
+#include <utmp.h>
 #include <vector>
 
 #include "inspectors/system/registry.h"
+#include "platform/linux/console_user.h"
 #include "tests/environment/scoped_environment.h"
 #include "tests/files/temp_tree.h"
 #include "tests/system/ask.h"
@@ -119,6 +122,36 @@ TEST_F(DeviceRegistry, AttributesAreReadBoundedAndNeverBlock) {
     EXPECT_EQ(names, (std::vector<std::string>{"limit", "text"}));
     EXPECT_EQ(attributes[0].second.size(), platform::kLargestAttribute);
     EXPECT_EQ(attributes[1].second, "line\n");
+}
+
+utmp Login(short type, char const* line, char const* user, int seconds) {
+    utmp record{};
+    record.ut_type = type;
+    std::strncpy(record.ut_line, line, sizeof record.ut_line);
+    std::strncpy(record.ut_user, user, sizeof record.ut_user);
+    record.ut_tv.tv_sec = seconds;
+    return record;
+}
+
+TEST(ConsoleUser, UtmpGivesTheNewestLoginOnALocalConsole) {
+    std::vector<utmp> records{Login(USER_PROCESS, "tty1", "early", 100),
+                              Login(USER_PROCESS, "pts/0", "remote", 900),
+                              Login(DEAD_PROCESS, ":0", "gone", 800),
+                              Login(USER_PROCESS, ":0", "desk", 300),
+                              Login(USER_PROCESS, "ttyS0", "serial", 700),
+                              Login(LOGIN_PROCESS, "tty2", "LOGIN", 600),
+                              Login(USER_PROCESS, "tty12345678901234567890123456789", "", 999)};
+    auto bytes = [&](std::size_t count) {
+        return ConstData(reinterpret_cast<unsigned char const*>(records.data()),
+                         reinterpret_cast<unsigned char const*>(records.data()) +
+                             count * sizeof(utmp));
+    };
+    EXPECT_EQ(platform::ConsoleUserOfUtmp(bytes(records.size())), "desk");
+    EXPECT_EQ(platform::ConsoleUserOfUtmp(bytes(1)), "early");
+    EXPECT_EQ(platform::ConsoleUserOfUtmp(bytes(0)), std::nullopt);
+    // A truncated last record is not read.
+    EXPECT_EQ(platform::ConsoleUserOfUtmp(ConstData(bytes(1).begin(), bytes(1).end() - 1)),
+              std::nullopt);
 }
 
 } // namespace
