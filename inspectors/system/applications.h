@@ -37,3 +37,14 @@ struct OSXCurrentUser {
 OSXCurrentUser current_user();
 inspector_string Name_of(Of, OSXCurrentUser const& user);
 
+struct bios {
+    static char const* TypeName() { return "bios"; }
+    unsigned char unused;
+};
+
+bios bios_of_world();
+inspector_string Date_of(Of, bios const&);
+// The device tree's rom/boot-rom "BootROM-version", else rom "version";
+// without a device tree, DMI's BIOS version.
+inspector_string Version_of(Of, bios const&);
+inspector_string AsString(bios const& firmware);

@@ -139,6 +139,15 @@ std::optional<std::string> SubsystemOf(int folder) {
     return std::string(link.substr(link.rfind('/') + 1));
 }
 
+std::optional<std::string> DmiBiosVersion() {
+    auto version =
+        ReadSmallFile(AT_FDCWD, SysfsPath("/class/dmi/id/bios_version").c_str(), kLargestAttribute);
+    if (version && !version->empty() && version->back() == '\n') {
+        version->pop_back();
+    }
+    return version && !version->empty() ? version : std::nullopt;
+}
+
 std::vector<std::pair<std::string, std::string>> ReadAttributes(int folder, bool binary) {
     std::vector<std::pair<std::string, std::string>> attributes;
     for (FolderEntry& entry : ListFolder(folder, ".")) {

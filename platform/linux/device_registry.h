@@ -64,4 +64,8 @@ std::optional<std::string> SubsystemOf(int folder);
 // attributes lose one trailing newline.
 std::vector<std::pair<std::string, std::string>> ReadAttributes(int folder, bool binary);
 
+// The firmware version DMI reports (class/dmi/id/bios_version under the
+// sysfs root), without its newline; none when absent or empty.
+std::optional<std::string> DmiBiosVersion();
+
 } // namespace platform

@@ -248,6 +248,20 @@ TEST_F(LiveSystem, EveryServiceNodeHasADictionary) {
     EXPECT_GT(nodes, 0u);
 }
 
+TEST_F(LiveSystem, FirmwareVersionIsDmisWithoutADeviceTree) {
+    if (fs::exists("/sys/firmware/devicetree/base")) {
+        GTEST_SKIP() << "this machine has a device tree";
+    }
+    std::string version = FileText("/sys/class/dmi/id/bios_version");
+    version.erase(version.find_last_not_of('\n') + 1);
+    if (version.empty()) {
+        EXPECT_EQ(One("exists version of bios"), "False");
+    } else {
+        EXPECT_EQ(One("version of bios"), version);
+        EXPECT_EQ(One("bios as string"), version);
+    }
+}
+
 TEST_F(LiveSystem, AnInstalledDesktopEntryIsAnApplication) {
     TempTree data;
     data.Write("applications/zor-live-test.desktop",
