@@ -8,7 +8,7 @@
 #include <sstream>
 #include <unistd.h>
 
-#include "tests/zorq/subprocess.h"
+#include "tests/support/subprocess.h"
 
 namespace zorq::testing {
 namespace {
@@ -16,6 +16,10 @@ namespace {
 using ::testing::HasSubstr;
 using ::testing::StartsWith;
 using Json = nlohmann::json;
+
+Outcome zorq(std::vector<std::string> const& arguments, std::string const& input = {}) {
+    return run(ZORQ_PATH, arguments, input);
+}
 
 std::vector<std::string> lines(std::string const& text) {
     std::vector<std::string> result;

@@ -1,4 +1,4 @@
-#include "tests/zorq/subprocess.h"
+#include "tests/support/subprocess.h"
 
 #include <array>
 #include <cerrno>
@@ -64,9 +64,9 @@ std::vector<char*> pointers(std::vector<std::string>& strings) {
     return result;
 }
 
-std::vector<std::string> environmentWith(std::vector<std::string> const& extra) {
+std::vector<std::string> environmentWith(std::vector<std::string> const& extra, bool inherit) {
     std::vector<std::string> environment;
-    for (char** entry = environ; *entry != nullptr; ++entry)
+    for (char** entry = environ; inherit && *entry != nullptr; ++entry)
         environment.emplace_back(*entry);
     environment.insert(environment.end(), extra.begin(), extra.end());
     return environment;
@@ -105,7 +105,8 @@ void exchange(Pipe& in, Pipe& out, Pipe& err, std::string const& input, Outcome&
 } // namespace
 
 Outcome run(std::string const& program, std::vector<std::string> const& arguments,
-            std::string const& input, std::vector<std::string> const& extraEnvironment) {
+            std::string const& input, std::vector<std::string> const& extraEnvironment,
+            bool inherit) {
     // A child that exits before reading all its input must not kill us.
     signal(SIGPIPE, SIG_IGN);
     Pipe in, out, err;
@@ -116,7 +117,7 @@ Outcome run(std::string const& program, std::vector<std::string> const& argument
 
     std::vector<std::string> argv{program};
     argv.insert(argv.end(), arguments.begin(), arguments.end());
-    auto environment = environmentWith(extraEnvironment);
+    auto environment = environmentWith(extraEnvironment, inherit);
     pid_t pid = 0;
     if (posix_spawn(&pid, program.c_str(), actions.get(), nullptr, pointers(argv).data(),
                     pointers(environment).data()) != 0)
@@ -134,8 +135,5 @@ Outcome run(std::string const& program, std::vector<std::string> const& argument
     return outcome;
 }
 
-Outcome zorq(std::vector<std::string> const& arguments, std::string const& input) {
-    return run(ZORQ_PATH, arguments, input);
-}
 
 } // namespace zorq::testing

@@ -14,11 +14,10 @@ struct Outcome {
 };
 
 // Runs program with arguments (no shell), feeding input on its standard
-// input; extraEnvironment entries ("NAME=value") are added to ours.
+// input. The environment entries ("NAME=value") are added to ours, or with
+// inherit false are the child's whole environment.
 Outcome run(std::string const& program, std::vector<std::string> const& arguments,
-            std::string const& input = {}, std::vector<std::string> const& extraEnvironment = {});
-
-// zorq with the given arguments.
-Outcome zorq(std::vector<std::string> const& arguments, std::string const& input = {});
+            std::string const& input = {}, std::vector<std::string> const& environment = {},
+            bool inherit = true);
 
 } // namespace zorq::testing

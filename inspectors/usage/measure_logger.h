@@ -1,0 +1,44 @@
+// The reading position the agent advances through one application's usage
+// log: the event it last read and where to read on.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+#include "files/file_location.h"
+#include "util/instant.h"
+
+enum LogMeasureEventType : std::uint32_t {
+    cStartSampling = 0,
+    cApplicationStart = 1,
+    cApplicationEnd = 2,
+    cEndSampling = 3,
+};
+
+struct ExecutionEvent {
+    std::uint32_t type = cStartSampling; // a LogMeasureEventType, or any other value the log holds
+    Instant time = Instant::First();
+    std::optional<MacintoshPlatform::FileLocation> location; // the application's file
+    Instant modificationTime = Instant::First();
+    std::string version;
+};
+
+class MeasureLoggerStream {
+public:
+    // Back to before the first event.
+    void Reset() { *this = MeasureLoggerStream(); }
+
+    ExecutionEvent const& Current() const { return current_; }
+    // What the agent calls as it reads the next event.
+    void Advance(ExecutionEvent event) {
+        current_ = std::move(event);
+        ++position_;
+    }
+    // How many events the agent has read: its place in the log.
+    std::uint64_t Position() const { return position_; }
+
+private:
+    ExecutionEvent current_;
+    std::uint64_t position_ = 0;
+};

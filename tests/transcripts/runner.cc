@@ -1,0 +1,314 @@
+// Runs one transcript (or the examples of one Markdown page) through zorq and
+// reports each question whose printed lines differ from the expected ones as
+// FILE:LINE, so a failure names the case to look at.
+//
+// transcript_runner --zorq PATH --zorsettings PATH --root DIR FILE
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iostream>
+#include <map>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "tests/support/subprocess.h"
+#include "tests/transcripts/transcript.h"
+
+namespace zor::transcripts {
+namespace {
+
+namespace fs = std::filesystem;
+using zorq::testing::Outcome;
+
+struct Tools {
+    std::string zorq;
+    std::string zorsettings;
+    fs::path root;
+};
+
+// A fresh folder for one transcript's files, removed with everything in it.
+class TemporaryFolder {
+public:
+    TemporaryFolder() {
+        auto pattern = (fs::temp_directory_path() / "transcript-XXXXXX").string();
+        if (mkdtemp(pattern.data()) == nullptr)
+            throw std::runtime_error("cannot make a temporary folder");
+        path_ = pattern;
+    }
+    TemporaryFolder(TemporaryFolder const&) = delete;
+    TemporaryFolder& operator=(TemporaryFolder const&) = delete;
+    ~TemporaryFolder() {
+        std::error_code ignored;
+        fs::permissions(path_, fs::perms::owner_all, fs::perm_options::add, ignored);
+        fs::remove_all(path_, ignored);
+    }
+    fs::path const& path() const { return path_; }
+
+private:
+    fs::path path_;
+};
+
+void replaceAll(std::string& text, std::string const& from, std::string const& to) {
+    for (auto at = text.find(from); at != std::string::npos; at = text.find(from, at + to.size()))
+        text.replace(at, from.size(), to);
+}
+
+int hexDigit(char c) {
+    if (c >= '0' && c <= '9')
+        return c - '0';
+    if (c >= 'a' && c <= 'f')
+        return c - 'a' + 10;
+    if (c >= 'A' && c <= 'F')
+        return c - 'A' + 10;
+    throw std::runtime_error(std::string("bad hex digit '") + c + "'");
+}
+
+// \n, \t, \\ and \xHH, so one line can say any file's bytes.
+std::string unescape(std::string const& text) {
+    std::string result;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        if (text[i] != '\\' || i + 1 == text.size()) {
+            result += text[i];
+            continue;
+        }
+        char const next = text[++i];
+        if (next == 'n')
+            result += '\n';
+        else if (next == 't')
+            result += '\t';
+        else if (next == 'x' && i + 2 < text.size()) {
+            result += static_cast<char>(hexDigit(text[i + 1]) * 16 + hexDigit(text[i + 2]));
+            i += 2;
+        } else
+            result += next;
+    }
+    return result;
+}
+
+// Words separated by spaces; double quotes keep spaces inside one word.
+std::vector<std::string> words(std::string const& text) {
+    std::vector<std::string> result;
+    std::string word;
+    bool quoted = false;
+    bool any = false;
+    for (char c : text) {
+        if (c == '"') {
+            quoted = !quoted;
+            any = true;
+        } else if (c == ' ' && !quoted) {
+            if (any)
+                result.push_back(word);
+            word.clear();
+            any = false;
+        } else {
+            word += c;
+            any = true;
+        }
+    }
+    if (any)
+        result.push_back(word);
+    return result;
+}
+
+std::pair<std::string, std::string> splitFirstWord(std::string const& text) {
+    auto const space = text.find(' ');
+    if (space == std::string::npos)
+        return {text, ""};
+    return {text.substr(0, space), text.substr(space + 1)};
+}
+
+// The world one transcript's questions run in, built from its directives.
+class World {
+public:
+    World(Tools const& tools) : tools_(tools) {}
+
+    std::string expand(std::string text) const {
+        replaceAll(text, "{tmp}", folder_.path().string());
+        replaceAll(text, "{root}", tools_.root.string());
+        return text;
+    }
+
+    void apply(Directive const& directive) {
+        auto const it = handlers().find(directive.name);
+        if (it == handlers().end())
+            throw std::runtime_error("unknown directive \"" + directive.name + "\"");
+        (this->*(it->second))(expand(directive.argument));
+    }
+
+    Outcome ask(std::string const& query) const {
+        auto arguments = options_;
+        arguments.push_back("--");
+        arguments.push_back(query);
+        return zorq::testing::run(tools_.zorq, arguments, {}, environment_, !exactEnvironment_);
+    }
+
+private:
+    using Handler = void (World::*)(std::string const&);
+    static std::map<std::string, Handler> const& handlers() {
+        static std::map<std::string, Handler> const table{
+            {"env", &World::env},
+            {"file", &World::file},
+            {"folder", &World::folder},
+            {"link", &World::link},
+            {"settings", &World::settings},
+            {"agent-state", &World::agentState},
+            {"zorq-option", &World::zorqOption},
+        };
+        return table;
+    }
+
+    fs::path inFolder(std::string const& relative) const { return folder_.path() / relative; }
+
+    void env(std::string const& entry) {
+        exactEnvironment_ = true;
+        if (!entry.empty())
+            environment_.push_back(entry);
+    }
+
+    void file(std::string const& argument) {
+        auto const [path, content] = splitFirstWord(argument);
+        auto const target = inFolder(path);
+        fs::create_directories(target.parent_path());
+        std::ofstream(target, std::ios::binary) << unescape(content);
+    }
+
+    void folder(std::string const& path) { fs::create_directories(inFolder(path)); }
+
+    void link(std::string const& argument) {
+        auto const [path, target] = splitFirstWord(argument);
+        fs::create_directories(inFolder(path).parent_path());
+        fs::create_symlink(target, inFolder(path));
+    }
+
+    void settings(std::string const& argument) {
+        auto const preferences = inFolder("preferences").string();
+        fs::create_directories(preferences);
+        std::vector<std::string> arguments{"--folder", preferences};
+        for (auto const& word : words(argument))
+            arguments.push_back(word);
+        auto const outcome = zorq::testing::run(tools_.zorsettings, arguments);
+        if (outcome.status != 0)
+            throw std::runtime_error("zorsettings " + argument + " failed: " + outcome.err);
+        if (!preferencesGiven_)
+            options_.insert(options_.end(), {"--preferences", preferences});
+        preferencesGiven_ = true;
+    }
+
+    void agentState(std::string const& path) {
+        options_.insert(options_.end(), {"--agent-state", (tools_.root / path).string()});
+    }
+
+    void zorqOption(std::string const& option) { options_.push_back(option); }
+
+    Tools const& tools_;
+    TemporaryFolder folder_;
+    std::vector<std::string> options_;
+    std::vector<std::string> environment_;
+    bool exactEnvironment_ = false;
+    bool preferencesGiven_ = false;
+};
+
+std::string joinedLines(std::vector<std::string> const& lines, World const& world) {
+    std::string text;
+    for (auto const& line : lines)
+        text += world.expand(line) + "\n";
+    return text;
+}
+
+std::string indented(std::string const& text) {
+    std::string result;
+    std::size_t start = 0;
+    while (start < text.size()) {
+        auto end = text.find('\n', start);
+        if (end == std::string::npos)
+            end = text.size();
+        result += "    " + text.substr(start, end - start) + "\n";
+        start = end + 1;
+    }
+    return result.empty() ? "    (nothing)\n" : result;
+}
+
+// Prints the difference and returns false when the case fails.
+bool check(std::string const& file, Case const& question, World const& world) {
+    auto const expected = joinedLines(question.expected, world);
+    bool const expectsError =
+        !question.expected.empty() && question.expected.back().starts_with("E:");
+    auto const outcome = world.ask(world.expand(question.query));
+    int const expectedStatus = expectsError ? 1 : 0;
+    if (outcome.out == expected && outcome.status == expectedStatus && outcome.err.empty())
+        return true;
+    std::cout << file << ":" << question.line << ": Q: " << question.query << "\n  expected:\n"
+              << indented(expected) << "  zorq printed:\n"
+              << indented(outcome.out);
+    if (outcome.status != expectedStatus)
+        std::cout << "  exit status " << outcome.status << ", expected " << expectedStatus << "\n";
+    if (!outcome.err.empty())
+        std::cout << "  on standard error:\n" << indented(outcome.err);
+    return false;
+}
+
+Transcript readFile(std::string const& file) {
+    std::ifstream in(file);
+    if (!in)
+        throw std::runtime_error("cannot read " + file);
+    return fs::path(file).extension() == ".md" ? readMarkdownExamples(in) : readTranscript(in);
+}
+
+int runTranscript(Tools const& tools, std::string const& file) {
+    auto const transcript = readFile(file);
+    int failed = 0;
+    for (auto const& problem : transcript.problems) {
+        std::cout << file << ": " << problem << " (not a directive, Q:, A: or E: line)\n";
+        ++failed;
+    }
+    World world(tools);
+    for (auto const& directive : transcript.directives) {
+        try {
+            world.apply(directive);
+        } catch (std::exception const& error) {
+            std::cout << file << ":" << directive.line << ": " << error.what() << "\n";
+            std::cout << "0 passed, 1 failed\n";
+            return 1;
+        }
+    }
+    int passed = 0;
+    for (auto const& question : transcript.cases)
+        check(file, question, world) ? ++passed : ++failed;
+    if (transcript.cases.empty()) {
+        std::cout << file << ": no Q: cases found\n";
+        ++failed;
+    }
+    std::cout << passed << " passed, " << failed << " failed\n";
+    return failed == 0 ? 0 : 1;
+}
+
+} // namespace
+} // namespace zor::transcripts
+
+int main(int argc, char** argv) {
+    zor::transcripts::Tools tools;
+    std::string file;
+    for (int i = 1; i < argc; ++i) {
+        std::string const argument = argv[i];
+        bool const hasValue = i + 1 < argc;
+        if (argument == "--zorq" && hasValue)
+            tools.zorq = argv[++i];
+        else if (argument == "--zorsettings" && hasValue)
+            tools.zorsettings = argv[++i];
+        else if (argument == "--root" && hasValue)
+            tools.root = argv[++i];
+        else
+            file = argument;
+    }
+    if (tools.zorq.empty() || tools.zorsettings.empty() || tools.root.empty() || file.empty()) {
+        std::cerr << "usage: transcript_runner --zorq PATH --zorsettings PATH --root DIR FILE\n";
+        return 2;
+    }
+    try {
+        return zor::transcripts::runTranscript(tools, file);
+    } catch (std::runtime_error const& error) {
+        std::cerr << file << ": " << error.what() << "\n";
+        return 2;
+    }
+}
