@@ -7,6 +7,7 @@
 #include <dirent.h>
 #include <fcntl.h>
 #include <filesystem>
+#include <iterator>
 #include <memory>
 #include <optional>
 #include <string>
@@ -22,13 +23,8 @@
 
 namespace {
 
-std::size_t OpenDescriptors() {
-    std::size_t count = 0;
-    for (auto const& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
-        (void)entry;
-        ++count;
-    }
-    return count;
+std::ptrdiff_t OpenDescriptors() {
+    return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {});
 }
 
 bool IsOpen(int fd) {
@@ -88,7 +84,7 @@ TEST_F(DeviceRegistry, CopiesOfAChildShareTheEntryOpenedLater) {
 
 TEST_F(DeviceRegistry, EvaluationsLeaveNoEntryOpen) {
     system_test::Ask("exists service plane of iokit registry"); // the root stays open
-    std::size_t const before = OpenDescriptors();
+    std::ptrdiff_t const before = OpenDescriptors();
     EXPECT_EQ(
         system_test::Ask("names of nodes of nodes of nodes of service plane of iokit registry"),
         (system_test::Answers{"leaf"}));
