@@ -4,6 +4,7 @@
 #   zorq '1 + 1'                    under 2 ms
 #   zorq 'name of operating system' under 2 ms
 #   zorq 'names of processes'       within half the time of ps -e -o pid=,comm=
+#   zorq --agent-state FILE 'status of action 42'  within 1.5x of zorq '1 + 1'
 # ZORQ defaults to build/tools/zorq/zorq in the repository.
 set -euo pipefail
 
@@ -22,7 +23,8 @@ hyperfine --shell=none --warmup 30 --runs 300 --export-csv "$results" \
   --command-name ps 'ps -e -o pid=,comm=' \
   --command-name one-plus-one "$zorq '1 + 1'" \
   --command-name os-name "$zorq 'name of operating system'" \
-  --command-name process-names "$zorq 'names of processes'" >&2
+  --command-name process-names "$zorq 'names of processes'" \
+  --command-name agent-status "$zorq --agent-state $here/../docs/examples/agent-state.json 'status of action 42'" >&2
 
 # Mean wall and CPU time (user + system: steadier on a busy machine) per
 # command, then the verdict on each target.
@@ -36,5 +38,8 @@ awk -F, '
     printf "names of processes / ps = %.2f (target 0.5): %s\n",
            wall["process-names"] / wall["ps"],
            wall["process-names"] <= wall["ps"] / 2 ? "met" : "missed"
+    printf "agent status / 1 + 1 = %.2f (target 1.5): %s\n",
+           wall["agent-status"] / wall["one-plus-one"],
+           wall["agent-status"] <= wall["one-plus-one"] * 1.5 ? "met" : "missed"
   }
 ' "$results"

@@ -20,7 +20,7 @@ public:
 // No inspector context is installed, or it lacks the kind an inspector needs.
 class NoInspectorContext : public DebuggableException {
 public:
-    const char* what() const noexcept override { return "NoInspectorContext"; }
+    const char* what() const noexcept override { return "no agent context is available"; }
 };
 
 // The value cannot be computed during this evaluation.

@@ -7,6 +7,7 @@
 #pragma once
 
 #include <cstdint>
+#include <typeinfo>
 #include <utility>
 
 #include "evaluator/context.h"
@@ -22,9 +23,11 @@ struct InspectorAnalysisData;
 struct InspectorSystemData;
 struct InspectorGroupData;
 struct InspectorQuamelData;
+struct InspectorServerData;
+class HostSelectorEntry;
 class SiteMap;
 class URL;
-class FileName;
+struct FileName;
 class MeasureLoggerStream;
 class CFPreferenceSettingIterator;
 template <class Iterator> class SettingStore;
@@ -36,6 +39,17 @@ using InspectorSettingStore = SettingStore<CFPreferenceSettingIterator>;
 using MakeChildLocation =
     MacintoshPlatform::FileLocation* (*)(MacintoshPlatform::FileLocation const&, char const*);
 
+// An agent whose kinds depend on what it knows now derives from every kind it
+// may offer and also from this, saying which of them it offers at the moment;
+// a kind it withholds is missing exactly as if it did not derive from it.
+class InspectorKindFilter {
+public:
+    virtual bool OffersKind(std::type_info const& kind) const = 0;
+
+protected:
+    ~InspectorKindFilter() = default;
+};
+
 // The generic context narrowed to kind T, or null when no context is
 // installed or the agent's context lacks that kind.
 template <class T> T const* GetInspectorContextPointer() {
@@ -43,7 +57,14 @@ template <class T> T const* GetInspectorContextPointer() {
     if (!generic) {
         return nullptr;
     }
-    return dynamic_cast<T const*>(generic);
+    T const* kind = dynamic_cast<T const*>(generic);
+    if (kind) {
+        auto const* filter = dynamic_cast<InspectorKindFilter const*>(generic);
+        if (filter && !filter->OffersKind(typeid(T))) {
+            return nullptr;
+        }
+    }
+    return kind;
 }
 
 // As GetInspectorContextPointer, but a missing context is an error.
@@ -221,6 +242,39 @@ struct InspectorProcessTableContext {
         return context_detail::Call<InspectorProcessTableContextError>(
             getAppUsage, application, runs, firstStart, lastStart, lastSeen, duration, running);
     }
+};
+
+// The agent's registration and download servers.
+struct InspectorServerContext {
+    bool (*getServerData)(InspectorServerData*);
+
+    boolean GetServerData(InspectorServerData* data) const {
+        return context_detail::Call<InspectorServerContextError>(getServerData, data);
+    }
+};
+
+// Whether a restart is pending, in general or for one named reason.
+class PendingRestartInspectorContext {
+public:
+    virtual boolean PendingRestart() const = 0;
+    virtual boolean PendingRestart(ConstData name) const = 0;
+    virtual ~PendingRestartInspectorContext() = default;
+};
+
+// The server the agent has selected among its candidate hosts.
+class HostSelectorInspectorContext {
+public:
+    virtual HostSelectorEntry const& SelectedServer() const = 0;
+    virtual ~HostSelectorInspectorContext() = default;
+};
+
+// Where the agent is installed; without it the "client" is the folder of the
+// running program.
+class ClientLocationInspectorContext {
+public:
+    // An absolute path.
+    virtual char const* ClientFolder() const = 0;
+    virtual ~ClientLocationInspectorContext() = default;
 };
 
 // Supplies the agent's version.

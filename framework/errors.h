@@ -18,5 +18,6 @@ ZOR_CONTEXT_ERROR(InspectorStorageContextError);
 ZOR_CONTEXT_ERROR(InspectorSiteContextError);
 ZOR_CONTEXT_ERROR(InspectorQuamelContextError);
 ZOR_CONTEXT_ERROR(InspectorProcessTableContextError);
+ZOR_CONTEXT_ERROR(InspectorServerContextError);
 
 #undef ZOR_CONTEXT_ERROR

@@ -63,6 +63,9 @@ public:
     friend constexpr TimeInterval operator-(TimeMark a, TimeMark b) {
         return TimeInterval(a.us_ - b.us_);
     }
+    friend constexpr TimeMark operator+(TimeMark a, TimeInterval d) {
+        return TimeMark(a.us_ + d.Microseconds());
+    }
 
 private:
     constexpr explicit TimeMark(std::int64_t us) : us_(us) {}

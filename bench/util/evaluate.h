@@ -7,9 +7,10 @@
 
 #include "evaluator/evaluator.h"
 
-inline void EvaluateBoundExpression(benchmark::State& state, std::string const& text) {
+inline void EvaluateBoundExpression(benchmark::State& state, std::string const& text,
+                                    InspectorContext* agent = nullptr) {
     zor::Expression const expression = zor::Expression::compile(text);
-    zor::EvaluationOptions const options;
+    zor::EvaluationOptions const options{.context = agent, .budget = {}};
     for (auto _ : state) {
         expression.evaluate(
             options, [](zor::Answer const& answer) { benchmark::DoNotOptimize(answer.bytes()); });

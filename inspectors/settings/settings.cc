@@ -11,14 +11,6 @@ setting::setting(WrappedSettingIterator<CFPreferenceSettingIterator> position_)
         throw NoSuchObject();
 }
 
-char const* ClientSettingSection() {
-    return "Client";
-}
-
-char const* CustomSiteSettingSection() {
-    return "CustomSites";
-}
-
 namespace {
 
 InspectorSettingStore& StoreOrNoContext(InspectorSettingStore* store) {
@@ -78,6 +70,18 @@ setting setting_iterator::SkipDeleted() {
     return setting(position_);
 }
 
+setting setting_iterator::First(client const&) {
+    return First(GetSettingStore(), ClientSettingSection());
+}
+
+setting setting_iterator::Next(client const&) {
+    return Next();
+}
+
+setting setting_of_client(unsigned char const* name, unsigned long length, client const&) {
+    return setting_of_section(GetSettingStore(), ClientSettingSection(), ConstData(name, length));
+}
+
 setting setting_iterator::First(SiteMapProbe const& site) {
     return First(GetSitesStore(), SectionOf(site));
 }
@@ -112,8 +116,7 @@ boolean enabled_of(setting const& item) {
 // A cleared subscription still reports its date: the deleted mark is not
 // consulted here.
 moment customEffectiveDate(inspector_string const& siteName) {
-    return DateOf(LookUp(GetSettingStore(), ConstData(CustomSiteSettingSection()),
-                         AsConstData(siteName)));
+    return DateOf(LookUp(GetSettingStore(), CustomSiteSettingSection(), AsConstData(siteName)));
 }
 
 inspector_string AsString(setting const& item) {
@@ -125,6 +128,9 @@ namespace {
 
 Type<setting> setting_type;
 
+IteratedProperty<setting_iterator, client, setting> settingsOfClient("setting", "settings",
+                                                                     nullptr);
+NamedProperty<client, setting> settingOfClient("setting", "settings", setting_of_client, nullptr);
 IteratedProperty<setting_iterator, SiteMapProbe, setting> settingsOfSite("setting", "settings",
                                                                          nullptr);
 NamedProperty<SiteMapProbe, setting> settingOfSite("setting", "settings", setting_of_site, nullptr);

@@ -6,7 +6,9 @@
 #include "evaluator/values.h"
 #include "framework/contexts.h"
 #include "framework/registration.h"
+#include "inspectors/agent/client.h"
 #include "inspectors/sites/sites.h"
+#include "settings/agent_settings.h"
 #include "settings/setting_store.h"
 
 // A position in one section of a store, with the section's end.
@@ -17,12 +19,11 @@ struct setting {
     WrappedSettingIterator<CFPreferenceSettingIterator> position;
 };
 
-char const* ClientSettingSection();
-char const* CustomSiteSettingSection();
-
 // Every live setting of one section, in the store's order.
 class setting_iterator {
 public:
+    setting First(client const& agent);
+    setting Next(client const& agent);
     setting First(SiteMapProbe const& site);
     setting Next(SiteMapProbe const& site);
 
@@ -36,6 +37,7 @@ private:
     WrappedSettingIterator<CFPreferenceSettingIterator> position_;
 };
 
+setting setting_of_client(unsigned char const* name, unsigned long length, client const& agent);
 setting setting_of_site(unsigned char const* name, unsigned long length, SiteMapProbe const& site);
 inspector_string name_of(setting const& item);
 inspector_string value_of(setting const& item);

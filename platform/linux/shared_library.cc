@@ -13,8 +13,9 @@ std::string LoaderError() {
 
 } // namespace
 
-SharedLibrary::SharedLibrary(std::string const& name)
-    : handle_(dlopen(name.c_str(), RTLD_NOW | RTLD_LOCAL)) {
+SharedLibrary::SharedLibrary(std::string const& name, Unload unload)
+    : handle_(dlopen(name.c_str(),
+                     RTLD_NOW | RTLD_LOCAL | (unload == Unload::Never ? RTLD_NODELETE : 0))) {
     if (handle_ == nullptr)
         throw LibraryUnavailable(LoaderError());
 }

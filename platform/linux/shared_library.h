@@ -17,9 +17,14 @@ public:
 
 class SharedLibrary {
 public:
+    // Whether the library's code and data stay mapped once it is closed.
+    // A library that keeps process-wide state it never frees must stay, or
+    // that state would be left unreachable (and reported as leaked).
+    enum class Unload { Allowed, Never };
+
     // Opens the library by its file name (searched like a program's own
     // libraries); throws LibraryUnavailable.
-    explicit SharedLibrary(std::string const& name);
+    explicit SharedLibrary(std::string const& name, Unload unload = Unload::Allowed);
     ~SharedLibrary();
     SharedLibrary(SharedLibrary const&) = delete;
     SharedLibrary& operator=(SharedLibrary const&) = delete;

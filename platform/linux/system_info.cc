@@ -20,8 +20,17 @@ constexpr char kCpuInfoPath[] = "/proc/cpuinfo";
 constexpr char kMemInfoPath[] = "/proc/meminfo";
 constexpr char kMaxFrequencyPath[] = "/sys/devices/system/cpu/cpu0/cpufreq/cpuinfo_max_freq";
 
-// The whole of a small text file (proc files report no size, so read to the
-// end); nullopt when it cannot be opened or read.
+} // namespace
+
+std::string_view Trim(std::string_view text) {
+    constexpr std::string_view kSpace = " \t\r";
+    std::size_t const begin = text.find_first_not_of(kSpace);
+    if (begin == std::string_view::npos) {
+        return {};
+    }
+    return text.substr(begin, text.find_last_not_of(kSpace) - begin + 1);
+}
+
 std::optional<std::string> ReadWholeFile(char const* path) {
     Descriptor file(::open(path, O_RDONLY | O_CLOEXEC));
     if (file.get() < 0) {
@@ -44,14 +53,7 @@ std::optional<std::string> ReadWholeFile(char const* path) {
     }
 }
 
-std::string_view Trim(std::string_view text) {
-    constexpr std::string_view kSpace = " \t\r";
-    std::size_t const begin = text.find_first_not_of(kSpace);
-    if (begin == std::string_view::npos) {
-        return {};
-    }
-    return text.substr(begin, text.find_last_not_of(kSpace) - begin + 1);
-}
+namespace {
 
 // Calls visit(line) for each line until it returns false.
 template <class Visit> void ForEachLine(std::string_view text, Visit visit) {

@@ -80,6 +80,13 @@ private:
     SystemSource const* previous_;
 };
 
+// text without the spaces, tabs and carriage returns around it.
+std::string_view Trim(std::string_view text);
+
+// The whole of a small text file (proc files report no size, so read to the
+// end); nullopt when it cannot be opened or read.
+std::optional<std::string> ReadWholeFile(char const* path);
+
 // The live system's boot time, whole seconds since 1970-01-01 UTC.
 std::int64_t BootSecondsSince1970();
 

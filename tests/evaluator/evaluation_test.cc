@@ -75,7 +75,8 @@ TEST_F(Evaluation, IteratorStateIsDestroyedWhenEvaluationStopsEarly) {
 TEST_F(Evaluation, TimeBudgetStopsAnEndlessIteration) {
     Budget budget{std::chrono::milliseconds(20), 0};
     auto start = std::chrono::steady_clock::now();
-    EXPECT_EQ(failure("number of ticks (-1)", {nullptr, budget}), "0: EvaluationInterrupted: the evaluation ran past its time or step budget");
+    EXPECT_EQ(failure("number of ticks (-1)", {nullptr, budget}),
+              "0: EvaluationInterrupted: the evaluation ran past its time or step budget");
     EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(5));
 }
 
@@ -107,7 +108,7 @@ TEST(EvaluationContext, IsInstalledOnlyForTheEvaluation) {
     note.value = 42;
     EXPECT_EQ(answers("test note", {&note, {}}), std::vector<std::string>{"42"});
     EXPECT_EQ(Get_Generic_Inspector_Context(), nullptr);
-    EXPECT_EQ(failure("test note"), "0: NoInspectorContext");
+    EXPECT_EQ(failure("test note"), "0: NoInspectorContext: no agent context is available");
     Unregister_Property(block);
 }
 

@@ -9,6 +9,7 @@
 #include "evaluator/errors.h"
 #include "files/file_location.h"
 #include "tests/files/temp_tree.h"
+#include "util/file_stream.h"
 
 namespace {
 
@@ -83,14 +84,49 @@ TEST(FileItem, URLsMarkFoldersAndRoundTripOddNames) {
     EXPECT_EQ(FileItem(MakeFileLocation("/")).GetURL().Text(), "file:///");
 }
 
-TEST(FolderEntries, ListsNamesSortedWithoutDots) {
+// The sorted listing without dots is seen end to end.
+TEST(FolderEntries, WhatIsNoFolderCannotBeListed) {
     TempTree tree;
-    tree.Write("b", "");
     tree.Write("a", "");
-    tree.Folder("C");
-    EXPECT_EQ(platform::FolderEntries(tree.Path()), (std::vector<std::string>{"C", "a", "b"}));
     EXPECT_THROW(platform::FolderEntries(tree.Path("a")), platform::OpenDirFailed);
     EXPECT_THROW(platform::FolderEntries(tree.Path("none")), platform::OpenDirFailed);
+}
+
+// The attempt fails with Error, whose message gives the system's reason.
+template <typename Error, typename Attempt> bool Denied(Attempt const& attempt) {
+    try {
+        attempt();
+    } catch (Error const& e) {
+        return std::string(e.what()).find("Permission denied") != std::string::npos;
+    }
+    return false;
+}
+
+// What an ordinary user is refused says so: the checks run in a child that
+// has given up root, its exit code the result.
+TEST(FileItem, PermissionErrorsSaySo) {
+    TempTree tree;
+    std::string const secret = tree.Write("secret.txt", "x");
+    ASSERT_EQ(chmod(secret.c_str(), 0600), 0);
+    tree.Write("locked/inside.txt", "x");
+    ASSERT_EQ(chmod(tree.Path("locked").c_str(), 0700), 0);
+    tree.Write("listless/x.txt", "");
+    ASSERT_EQ(chmod(tree.Path("listless").c_str(), 0711), 0);
+    EXPECT_EXIT(
+        {
+            if (geteuid() == 0 && (setgid(65534) != 0 || setuid(65534) != 0)) {
+                std::_Exit(2);
+            }
+            bool const ok = Denied<platform::StatFailed>([&] {
+                                FileItem(MakeFileLocation(tree.Path("locked/inside.txt")));
+                            }) &&
+                            Denied<platform::OpenDirFailed>(
+                                [&] { platform::FolderEntries(tree.Path("listless")); }) &&
+                            Denied<OpenFileFailed>([&] { OpenRegularFile(secret); }) &&
+                            FileItem(MakeFileLocation(secret)).Status().size == 1;
+            std::_Exit(ok ? 0 : 1);
+        },
+        testing::ExitedWithCode(0), "");
 }
 
 } // namespace

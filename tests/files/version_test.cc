@@ -1,4 +1,4 @@
-// Packed bundle version numbers, versions read from text, versions of files.
+// Packed bundle version numbers and versions read from text.
 #include <gtest/gtest.h>
 
 #include <cstdint>
@@ -6,7 +6,6 @@
 
 #include "evaluator/errors.h"
 #include "files/mac_version.h"
-#include "tests/files/temp_tree.h"
 
 namespace {
 
@@ -59,25 +58,6 @@ TEST(TextToVersion, ReadsTheLeadingDottedNumbers) {
     for (char const* bad : {"", "   ", "abc", "v1.2", ".5", "-1", "18446744073709551616"}) {
         EXPECT_THROW(TextToVersion(bad), NoSuchObject) << bad;
     }
-}
-
-TEST(VersionOfFile, SharedLibraryNamesCarryTheOnlyFileVersions) {
-    TempTree tree;
-    auto versionOf = [&](char const* name) {
-        return version_of_file(MacintoshPlatform::FileItem(
-                                   MacintoshPlatform::MakeFileLocation(tree.Write(name, ""))))
-            .Components();
-    };
-    EXPECT_EQ(versionOf("libz.so.1.2.13"), (Components{1, 2, 13}));
-    EXPECT_EQ(versionOf("libc.so.6"), Components{6});
-    for (char const* none :
-         {"libz.so", "libz.so.1a", ".so.1", "libz.so.1.", "libz.so..1", "a.txt"}) {
-        EXPECT_THROW(versionOf(none), NoSuchObject) << none;
-    }
-    tree.Folder("dir.so.1");
-    EXPECT_THROW(version_of_file(MacintoshPlatform::FileItem(
-                     MacintoshPlatform::MakeFileLocation(tree.Path("dir.so.1")))),
-                 NoSuchObject);
 }
 
 } // namespace

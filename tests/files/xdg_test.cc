@@ -1,10 +1,10 @@
 // Finding the default application for a MIME type along the XDG search paths.
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <optional>
 
 #include "platform/linux/xdg.h"
+#include "tests/environment/scoped_environment.h"
 #include "tests/files/temp_tree.h"
 #include "text/message_maker.h"
 
@@ -89,51 +89,22 @@ TEST_F(Xdg, IniValuesBelongToTheirSection) {
     EXPECT_THROW(platform::IniValue(longLine, "S", "k"), MessageTooLong);
 }
 
-// Sets environment variables for a scope and puts the old values back.
-class ScopedVariables {
-public:
-    explicit ScopedVariables(std::vector<std::pair<char const*, char const*>> values) {
-        for (auto const& [name, value] : values) {
-            char const* old = std::getenv(name);
-            saved_.push_back({name, old ? std::optional<std::string>(old) : std::nullopt});
-            value ? setenv(name, value, 1) : unsetenv(name);
-        }
-    }
-    ~ScopedVariables() {
-        for (auto const& [name, value] : saved_) {
-            value ? setenv(name, value->c_str(), 1) : unsetenv(name);
-        }
-    }
-    ScopedVariables(ScopedVariables const&) = delete;
-    ScopedVariables& operator=(ScopedVariables const&) = delete;
-
-private:
-    std::vector<std::pair<char const*, std::optional<std::string>>> saved_;
-};
-
 TEST(XdgSearchPathsFromEnvironment, VariablesOrTheirDefaults) {
     {
-        ScopedVariables vars({{"HOME", "/home/u"},
-                              {"XDG_CONFIG_HOME", nullptr},
-                              {"XDG_CONFIG_DIRS", nullptr},
-                              {"XDG_DATA_HOME", "relative/ignored"},
-                              {"XDG_DATA_DIRS", ""},
-                              {"XDG_CURRENT_DESKTOP", nullptr}});
+        ScopedEnvironment vars(
+            {"HOME=/home/u", "XDG_DATA_HOME=relative/ignored", "XDG_DATA_DIRS="});
         XdgSearchPaths paths = platform::XdgSearchPathsFromEnvironment();
         EXPECT_EQ(paths.configDirs, (std::vector<std::string>{"/home/u/.config", "/etc/xdg"}));
         EXPECT_EQ(paths.dataDirs, (std::vector<std::string>{"/home/u/.local/share",
                                                             "/usr/local/share", "/usr/share"}));
         EXPECT_TRUE(paths.desktops.empty());
     }
-    ScopedVariables vars({{"XDG_CONFIG_HOME", "/c"},
-                          {"XDG_CONFIG_DIRS", "/x:rel:/y"},
-                          {"XDG_DATA_HOME", "/d"},
-                          {"XDG_DATA_DIRS", "/s"},
-                          {"XDG_CURRENT_DESKTOP", "ubuntu:GNOME"}});
+    ScopedEnvironment vars({"XDG_CONFIG_HOME=/c", "XDG_CONFIG_DIRS=/x:rel:/y", "XDG_DATA_HOME=/d",
+                            "XDG_DATA_DIRS=/s", "XDG_CURRENT_DESKTOP=ubuntu:GNOME:Zen"});
     XdgSearchPaths paths = platform::XdgSearchPathsFromEnvironment();
     EXPECT_EQ(paths.configDirs, (std::vector<std::string>{"/c", "/x", "/y"}));
     EXPECT_EQ(paths.dataDirs, (std::vector<std::string>{"/d", "/s"}));
-    EXPECT_EQ(paths.desktops, (std::vector<std::string>{"ubuntu", "gnome"}));
+    EXPECT_EQ(paths.desktops, (std::vector<std::string>{"ubuntu", "gnome", "zen"}));
 }
 
 } // namespace

@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <initializer_list>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -17,21 +18,28 @@ inline Answers Ask(std::string_view text) {
     return zor::Expression::compile(text).answers();
 }
 
-// The single answer of a singular expression ("" after a failed check).
-inline std::string One(std::string_view text) {
-    Answers const answers = Ask(text);
-    EXPECT_EQ(answers.size(), 1u) << text;
-    return answers.empty() ? std::string() : answers.front();
+// The answers joined by "; ", or "error: " and the evaluation error's message.
+inline std::string Answer(std::string_view text) {
+    try {
+        std::string joined;
+        for (std::string const& answer : Ask(text)) {
+            joined += (joined.empty() ? "" : "; ") + answer;
+        }
+        return joined;
+    } catch (zor::ExpressionError const& error) {
+        return std::string("error: ") + error.what();
+    }
 }
 
-// The message of the evaluation error, or "no error".
-inline std::string ErrorOf(std::string_view text) {
-    try {
-        Ask(text);
-    } catch (zor::ExpressionError const& error) {
-        return error.what();
+struct Case {
+    char const* query;
+    std::string expected;
+};
+
+inline void Expect(std::initializer_list<Case> cases) {
+    for (Case const& c : cases) {
+        EXPECT_EQ(Answer(c.query), c.expected) << c.query;
     }
-    return "no error";
 }
 
 } // namespace system_test

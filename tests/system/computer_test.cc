@@ -1,6 +1,5 @@
 // The computer, operating system, processor and memory inspectors against a
 // stand-in system, and the readers of the system's text files.
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <optional>
@@ -11,10 +10,8 @@
 #include "platform/linux/system_info.h"
 #include "tests/system/ask.h"
 
-using system_test::Answers;
-using system_test::Ask;
-using system_test::ErrorOf;
-using system_test::One;
+using system_test::Answer;
+using system_test::Expect;
 
 namespace {
 
@@ -56,93 +53,63 @@ private:
 
 } // namespace
 
-TEST_F(ComputerInspectors, TheMachineNameAnswersEveryNamePhrase) {
-    system.hostName = "renamed";
-    for (char const* phrase : {"hostname", "dns name", "computer name", "name of computer"}) {
-        EXPECT_EQ(One(phrase), "renamed") << phrase;
-    }
-    system.hostName.reset();
-    EXPECT_EQ(One("exists hostname"), "False");
-    EXPECT_EQ(One("exists computer"), "True");
-}
-
-TEST_F(ComputerInspectors, OperatingSystemComesFromTheKernelAndTheReleaseFile) {
-    EXPECT_EQ(One("name of operating system"), "Debian GNU/Linux");
-    EXPECT_EQ(One("release of operating system"), "12.4");
-    EXPECT_EQ(One("release of operating system > \"12.3\""), "True");
-    EXPECT_EQ(One("operating system as string"), "Debian GNU/Linux 12.4");
-    EXPECT_EQ(One("build number of operating system"), "20240101");
-
-    system.release = {"", "", ""};
-    EXPECT_EQ(One("name of operating system"), "Linux");
-    EXPECT_EQ(One("exists release of operating system"), "False");
-    EXPECT_EQ(One("exists (operating system as string)"), "False");
-
-    system.release.versionId = "rolling";
-    EXPECT_EQ(One("exists release of operating system"), "False");
-}
-
-TEST_F(ComputerInspectors, TheReleaseFileIsReadOnEveryRequest) {
+TEST_F(ComputerInspectors, AnswersFromTheSystem) {
+    Expect({{"(hostname, dns name, computer name, name of computer)",
+             "build-host, build-host, build-host, build-host"},
+            {"(name of it, release of it, release of it > \"12.3\") of operating system",
+             "Debian GNU/Linux, 12.4, True"},
+            {"operating system as string", "Debian GNU/Linux 12.4"},
+            {"build number of operating system", "20240101"},
+            {"boot time of operating system", TimeText(moment{1700000000LL * 1000000})},
+            {"(number of processors, type of main processor)", "3, AMD EPYC"},
+            {"types of processors", "AMD EPYC; AMD EPYC; AMD EPYC"},
+            {"family names of processors", "AuthenticAMD; AuthenticAMD; AuthenticAMD"},
+            {"speeds of processors", "2400 MHz; 2400 MHz; 2400 MHz"},
+            {"size of ram", "17179869184"}});
     int const before = system.releaseReads;
-    One("name of operating system");
-    One("name of operating system");
-    EXPECT_EQ(system.releaseReads, before + 2);
+    Answer("name of operating system");
+    Answer("name of operating system");
+    EXPECT_EQ(system.releaseReads, before + 2) << "the release file is read on every request";
 }
 
-TEST_F(ComputerInspectors, NoOperatingSystemWhenUnameFails) {
+TEST_F(ComputerInspectors, WhatTheSystemCannotSayDoesNotExist) {
+    system.hostName.reset();
+    system.release = {"", "", ""};
+    system.speed.reset();
+    system.memory.reset();
+    system.processors = 1;
+    Expect(
+        {{"(exists hostname, exists computer)", "False, True"},
+         {"name of operating system", "Linux"},
+         {"exists release of operating system", "False"},
+         {"exists (operating system as string)", "False"},
+         {"(exists speed of main processor, exists size of ram, exists ram)", "False, False, True"},
+         {"number of processors", "1"}});
+    system.release.versionId = "rolling";
     system.kernel.reset();
-    EXPECT_EQ(One("exists operating system"), "False");
-    EXPECT_EQ(One("exists architecture of operating system"), "False");
+    Expect(
+        {{"exists release of operating system", "False"},
+         {"(exists operating system, exists architecture of operating system)", "False, False"}});
 }
 
-TEST_F(ComputerInspectors, BootTimeIsWholeSecondsAndUptimeCountsFromIt) {
-    system.bootSeconds = 1700000000;
-    EXPECT_EQ(One("boot time of operating system"), TimeText(moment{1700000000LL * 1000000}));
-
+TEST_F(ComputerInspectors, UptimeCountsFromWholeBootSeconds) {
     system.bootSeconds = moment_now().microseconds / 1000000 - 3600;
-    zor::Expression const uptime = zor::Expression::compile("uptime of operating system");
-    time_interval const measured = TextToTimeInterval(ConstData(uptime.answers().at(0)));
+    time_interval const measured =
+        TextToTimeInterval(ConstData(Answer("uptime of operating system")));
     EXPECT_GE(measured.microseconds, 3600LL * 1000000);
     EXPECT_LT(measured.microseconds, 3602LL * 1000000);
-
     // Seconds too many to express in microseconds make no time at all.
     system.bootSeconds = INT64_MAX / 10;
-    EXPECT_EQ(One("exists boot time of operating system"), "False");
-    EXPECT_EQ(One("exists uptime of operating system"), "False");
-}
-
-TEST_F(ComputerInspectors, EveryOnlineProcessorIsTheMainProcessor) {
-    EXPECT_EQ(One("number of processors"), "3");
-    EXPECT_EQ(Ask("types of processors"), (Answers{"AMD EPYC", "AMD EPYC", "AMD EPYC"}));
-    EXPECT_EQ(Ask("family names of processors"),
-              (Answers{"AuthenticAMD", "AuthenticAMD", "AuthenticAMD"}));
-    EXPECT_EQ(Ask("speeds of processors"), (Answers{"2400 MHz", "2400 MHz", "2400 MHz"}));
-    EXPECT_EQ(One("type of main processor"), "AMD EPYC");
-
-    system.processors = 1;
-    EXPECT_EQ(One("number of processors"), "1");
+    Expect({{"(exists boot time of it, exists uptime of it) of operating system", "False, False"}});
 }
 
 TEST_F(ComputerInspectors, AKnownResponseCodeNamesTheProcessorElseTheSystemText) {
     system.processor = {platform::FourCharCode("i586"), "Pentium 75", "GenuineIntel"};
-    EXPECT_EQ(One("type of main processor"), "i586");
-    EXPECT_EQ(One("family name of main processor"), "i586");
-
+    Expect({{"(type of it, family name of it) of main processor", "i586, i586"}});
     system.processor = {274, "7447A, altivec supported", ""};
-    EXPECT_EQ(One("type of main processor"), "PowerPC G4 7447");
-
+    Expect({{"type of main processor", "PowerPC G4 7447"}});
     system.processor = {0, "", ""};
-    EXPECT_EQ(One("type of main processor"), "unknown");
-    EXPECT_EQ(One("family name of main processor"), "unknown");
-}
-
-TEST_F(ComputerInspectors, SpeedAndMemorySizeExistOnlyWhenTheSystemTells) {
-    EXPECT_EQ(One("size of ram"), "17179869184");
-    system.speed.reset();
-    system.memory.reset();
-    EXPECT_EQ(One("exists speed of main processor"), "False");
-    EXPECT_EQ(One("exists size of ram"), "False");
-    EXPECT_EQ(One("exists ram"), "True");
+    Expect({{"(type of it, family name of it) of main processor", "unknown, unknown"}});
 }
 
 // The table itself is the code; what matters is that codes outside it and
@@ -158,22 +125,13 @@ TEST(ProcessorName, CodesOutsideTheTableAreUnknown) {
 }
 
 TEST(OsReleaseText, ReadsQuotedAndBareValuesTheLastAssignmentWinning) {
-    std::string const text = "# comment\n"
-                             "NAME=\"Debian GNU/Linux\"\n"
-                             "VERSION_ID='12'\n"
-                             "PRETTY_NAME=\"Say \\\"hi\\\"\"\n"
-                             "BUILD_ID=rolling\n"
-                             "  ID=debian  \n"
-                             "BUILD_ID=2024-05\n"
-                             "NAMES=wrong\n";
-    EXPECT_EQ(platform::OsReleaseValue(text, "NAME"), "Debian GNU/Linux");
-    EXPECT_EQ(platform::OsReleaseValue(text, "VERSION_ID"), "12");
+    std::string const text = "# comment\nNAME=\"Debian GNU/Linux\"\nVERSION_ID='12'\n"
+                             "PRETTY_NAME=\"Say \\\"hi\\\"\"\nBUILD_ID=rolling\n  ID=debian  \n"
+                             "BUILD_ID=2024-05\nNAMES=wrong\n";
     EXPECT_EQ(platform::OsReleaseValue(text, "PRETTY_NAME"), "Say \"hi\"");
     EXPECT_EQ(platform::OsReleaseValue(text, "ID"), "debian");
-    EXPECT_EQ(platform::OsReleaseValue(text, "BUILD_ID"), "2024-05");
     EXPECT_EQ(platform::OsReleaseValue(text, "VERSION"), std::nullopt);
     EXPECT_EQ(platform::OsReleaseValue("NAME=\"unterminated\nX=1", "NAME"), "\"unterminated");
-
     platform::OsRelease const release = platform::ParseOsRelease(text);
     EXPECT_EQ(release.name, "Debian GNU/Linux");
     EXPECT_EQ(release.versionId, "12");
@@ -182,15 +140,9 @@ TEST(OsReleaseText, ReadsQuotedAndBareValuesTheLastAssignmentWinning) {
 }
 
 TEST(CpuInfoText, ReadsTheFirstProcessorAndKnownResponseCodes) {
-    std::string const x86 = "processor\t: 0\n"
-                            "vendor_id\t: GenuineIntel\n"
-                            "cpu family\t: 6\n"
-                            "model\t\t: 85\n"
-                            "model name\t: Intel(R) Xeon(R) Gold 6148\n"
-                            "cpu MHz\t\t: 2394.374\n"
-                            "\n"
-                            "processor\t: 1\n"
-                            "vendor_id\t: Other\n"
+    std::string const x86 = "processor\t: 0\nvendor_id\t: GenuineIntel\ncpu family\t: 6\n"
+                            "model\t\t: 85\nmodel name\t: Intel(R) Xeon(R) Gold 6148\n"
+                            "cpu MHz\t\t: 2394.374\n\nprocessor\t: 1\nvendor_id\t: Other\n"
                             "cpu MHz\t\t: 1000.000\n";
     platform::ProcessorIdentity const modern = platform::ParseCpuInfo(x86);
     EXPECT_EQ(modern.code, 0u);
@@ -209,34 +161,31 @@ TEST(CpuInfoText, ReadsTheFirstProcessorAndKnownResponseCodes) {
         {"cpu : PPC970FX, altivec supported\n", 316},
         {"cpu : PPC970\n", 313},
         {"cpu : POWER9\n", 0},
+        {"processor : 0\nBogoMIPS : 50\n", 0},
     };
     for (Coded const& c : coded) {
         EXPECT_EQ(platform::ParseCpuInfo(c.text).code, c.code) << c.text;
     }
 
-    std::string const powerpc = "processor\t: 0\n"
-                                "cpu\t\t: 7447A, altivec supported\n"
+    std::string const powerpc = "processor\t: 0\ncpu\t\t: 7447A, altivec supported\n"
                                 "clock\t\t: 1250.000000MHz\n";
     platform::ProcessorIdentity const g4 = platform::ParseCpuInfo(powerpc);
     EXPECT_EQ(g4.code, 274u);
     EXPECT_EQ(g4.model, "7447A, altivec supported");
     EXPECT_EQ(platform::ParseCpuInfoSpeed(powerpc), 1250000000u);
-
-    platform::ProcessorIdentity const arm =
-        platform::ParseCpuInfo("processor : 0\nBogoMIPS : 50\n");
-    EXPECT_EQ(arm.code, 0u);
-    EXPECT_EQ(arm.model, "");
-    EXPECT_EQ(platform::ParseCpuInfoSpeed("processor : 0\n"), std::nullopt);
-    EXPECT_EQ(platform::ParseCpuInfoSpeed("cpu MHz : fast\n"), std::nullopt);
-    EXPECT_EQ(platform::ParseCpuInfoSpeed("cpu MHz : 99999999999999999999\n"), std::nullopt);
+    EXPECT_EQ(platform::ParseCpuInfo("processor : 0\nBogoMIPS : 50\n").model, "");
+    for (char const* none :
+         {"processor : 0\n", "cpu MHz : fast\n", "cpu MHz : 99999999999999999999\n"}) {
+        EXPECT_EQ(platform::ParseCpuInfoSpeed(none), std::nullopt) << none;
+    }
 }
 
 TEST(MemInfoText, ReadsMemTotalInKilobytes) {
     EXPECT_EQ(platform::ParseMemTotal("MemTotal:       16303412 kB\nMemFree: 1 kB\n"),
               16303412ull * 1024);
     EXPECT_EQ(platform::ParseMemTotal("MemFree: 1 kB\nMemTotal: 2 kB"), 2048u);
-    EXPECT_EQ(platform::ParseMemTotal("MemTotal: 2 MB\n"), std::nullopt);
-    EXPECT_EQ(platform::ParseMemTotal("MemTotal: lots kB\n"), std::nullopt);
-    EXPECT_EQ(platform::ParseMemTotal("MemTotal: 18446744073709551615 kB\n"), std::nullopt);
-    EXPECT_EQ(platform::ParseMemTotal(""), std::nullopt);
+    for (char const* none :
+         {"MemTotal: 2 MB\n", "MemTotal: lots kB\n", "MemTotal: 18446744073709551615 kB\n", ""}) {
+        EXPECT_EQ(platform::ParseMemTotal(none), std::nullopt) << none;
+    }
 }

@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <arpa/inet.h>
-#include <cstdio>
 #include <cstdlib>
 #include <dirent.h>
 #include <filesystem>
@@ -24,18 +23,17 @@
 #include "tests/framework/loaded_plugin.h"
 #include "tests/system/ask.h"
 
+using system_test::Answer;
 using system_test::Answers;
 using system_test::Ask;
-using system_test::One;
 
 namespace {
 
 class LiveSystem : public PluginSuite {};
 
 std::string FileText(char const* path) {
-    std::ifstream file(path);
     std::stringstream text;
-    text << file.rdbuf();
+    text << std::ifstream(path).rdbuf();
     return text.str();
 }
 
@@ -45,17 +43,12 @@ long long NumberAfter(std::string const& text, std::string const& key) {
     return at == std::string::npos ? -1 : std::atoll(text.c_str() + at + key.size());
 }
 
-long long SecondsOfTime(std::string const& text) {
-    return TextToTime(ConstData(text)).microseconds / 1000000;
-}
-
 // The os-release value of a key, as a shell would read the file.
 std::string OsReleaseValue(std::string const& key) {
     std::ifstream file("/etc/os-release");
-    std::string line;
     std::string value;
-    while (std::getline(file, line)) {
-        if (line.rfind(key + "=", 0) == 0) {
+    for (std::string line; std::getline(file, line);) {
+        if (line.starts_with(key + "=")) {
             value = line.substr(key.size() + 1);
             if (value.size() >= 2 && (value.front() == '"' || value.front() == '\'')) {
                 value = value.substr(1, value.size() - 2);
@@ -63,33 +56,6 @@ std::string OsReleaseValue(std::string const& key) {
         }
     }
     return value;
-}
-
-struct Interfaces {
-    std::size_t all = 0;
-    std::size_t links = 0;
-    std::vector<std::string> ipNames;
-    std::vector<std::string> ipAddresses;
-};
-
-Interfaces WalkInterfaces() {
-    Interfaces found;
-    ifaddrs* list = nullptr;
-    EXPECT_EQ(getifaddrs(&list), 0);
-    for (ifaddrs* entry = list; entry; entry = entry->ifa_next) {
-        ++found.all;
-        int const family = entry->ifa_addr ? entry->ifa_addr->sa_family : AF_UNSPEC;
-        found.links += family == AF_PACKET;
-        if (family == AF_INET) {
-            char text[INET_ADDRSTRLEN];
-            inet_ntop(AF_INET, &reinterpret_cast<sockaddr_in*>(entry->ifa_addr)->sin_addr, text,
-                      sizeof text);
-            found.ipNames.push_back(entry->ifa_name);
-            found.ipAddresses.push_back(text);
-        }
-    }
-    freeifaddrs(list);
-    return found;
 }
 
 std::size_t ProcessDirectories() {
@@ -118,74 +84,78 @@ std::vector<std::string> SortedFolders(fs::path const& folder) {
 
 } // namespace
 
-TEST_F(LiveSystem, ComputerNamesAreTheHostName) {
+TEST_F(LiveSystem, ComputerAndOperatingSystemAgreeWithUnameAndTheReleaseFile) {
     char name[256] = {};
     ASSERT_EQ(gethostname(name, sizeof name - 1), 0);
-    EXPECT_EQ(One("hostname"), name);
-}
-
-TEST_F(LiveSystem, OperatingSystemAgreesWithUnameAndTheReleaseFile) {
+    EXPECT_EQ(Answer("hostname"), name);
     utsname names{};
     ASSERT_EQ(uname(&names), 0);
-    EXPECT_EQ(One("architecture of operating system"), names.machine);
-    EXPECT_EQ(One("build of operating system"), names.version);
-
-    std::string const name = OsReleaseValue("NAME");
-    EXPECT_EQ(One("name of operating system"), name.empty() ? "Linux" : name);
+    EXPECT_EQ(Answer("architecture of operating system"), names.machine);
+    EXPECT_EQ(Answer("build of operating system"), names.version);
+    std::string const os = OsReleaseValue("NAME");
+    EXPECT_EQ(Answer("name of operating system"), os.empty() ? "Linux" : os);
     std::string const build = OsReleaseValue("BUILD_ID");
-    EXPECT_EQ(One("build number of operating system"), build.empty() ? names.release : build);
+    EXPECT_EQ(Answer("build number of operating system"), build.empty() ? names.release : build);
     std::string const release = OsReleaseValue("VERSION_ID");
     if (!release.empty()) {
-        EXPECT_EQ(One("release of operating system"), release);
-        EXPECT_EQ(One("operating system as string"),
-                  One("name of operating system") + " " + release);
+        EXPECT_EQ(Answer("release of operating system"), release);
+        EXPECT_EQ(Answer("operating system as string"),
+                  Answer("name of operating system") + " " + release);
     }
 }
 
-TEST_F(LiveSystem, BootTimeAndUptimeAgreeWithProc) {
+TEST_F(LiveSystem, TimesProcessorsAndMemoryAgreeWithProc) {
     long long const btime = NumberAfter(FileText("/proc/stat"), "\nbtime ");
     ASSERT_GT(btime, 0);
-    EXPECT_NEAR(SecondsOfTime(One("boot time of operating system")), btime, 1);
+    moment const boot = TextToTime(ConstData(Answer("boot time of operating system")));
+    EXPECT_NEAR(boot.microseconds / 1000000, btime, 1);
+    time_interval const uptime =
+        TextToTimeInterval(ConstData(Answer("uptime of operating system")));
+    EXPECT_NEAR(uptime.microseconds / 1e6, std::atof(FileText("/proc/uptime").c_str()), 2.0);
 
-    double const procUptime = std::atof(FileText("/proc/uptime").c_str());
-    time_interval const uptime = TextToTimeInterval(ConstData(One("uptime of operating system")));
-    EXPECT_NEAR(static_cast<double>(uptime.microseconds) / 1e6, procUptime, 2.0);
-}
-
-TEST_F(LiveSystem, ProcessorsAndMemoryAgreeWithTheSystem) {
-    EXPECT_EQ(One("number of processors"), std::to_string(sysconf(_SC_NPROCESSORS_ONLN)));
+    EXPECT_EQ(Answer("number of processors"), std::to_string(sysconf(_SC_NPROCESSORS_ONLN)));
     Answers const types = Ask("types of processors");
     ASSERT_FALSE(types.empty());
-    for (std::string const& type : types) {
-        EXPECT_EQ(type, types.front());
-    }
-    EXPECT_EQ(One("type of main processor"), types.front());
-
+    EXPECT_EQ(Answers(types.size(), types.front()), types);
+    EXPECT_EQ(Answer("type of main processor"), types.front());
     long long const kilobytes = NumberAfter(FileText("/proc/meminfo"), "MemTotal:");
-    ASSERT_GT(kilobytes, 0);
-    EXPECT_EQ(One("size of ram"), std::to_string(kilobytes * 1024));
+    EXPECT_EQ(Answer("size of ram"), std::to_string(kilobytes * 1024));
 }
 
 TEST_F(LiveSystem, NetworkAgreesWithGetifaddrs) {
-    Interfaces const system = WalkInterfaces();
-    EXPECT_EQ(One("number of interfaces of network"), std::to_string(system.all));
-    EXPECT_EQ(One("number of link interfaces of network"), std::to_string(system.links));
-    EXPECT_EQ(Ask("names of ip interfaces of network"), system.ipNames);
-    EXPECT_EQ(Ask("addresses of ip interfaces of network"), system.ipAddresses);
-    EXPECT_EQ(One("exists ip interface whose (loopback of it) of network"), "True");
+    std::size_t all = 0, links = 0;
+    Answers ipNames, ipAddresses;
+    ifaddrs* list = nullptr;
+    ASSERT_EQ(getifaddrs(&list), 0);
+    for (ifaddrs* entry = list; entry; entry = entry->ifa_next) {
+        ++all;
+        int const family = entry->ifa_addr ? entry->ifa_addr->sa_family : AF_UNSPEC;
+        links += family == AF_PACKET;
+        if (family == AF_INET) {
+            char text[INET_ADDRSTRLEN];
+            inet_ntop(AF_INET, &reinterpret_cast<sockaddr_in*>(entry->ifa_addr)->sin_addr, text,
+                      sizeof text);
+            ipNames.push_back(entry->ifa_name);
+            ipAddresses.push_back(text);
+        }
+    }
+    freeifaddrs(list);
+    EXPECT_EQ(Answer("number of interfaces of network"), std::to_string(all));
+    EXPECT_EQ(Answer("number of link interfaces of network"), std::to_string(links));
+    EXPECT_EQ(Ask("names of ip interfaces of network"), ipNames);
+    EXPECT_EQ(Ask("addresses of ip interfaces of network"), ipAddresses);
+    EXPECT_EQ(Answer("exists ip interface whose (loopback of it) of network"), "True");
 }
 
 TEST_F(LiveSystem, ProcessesAgreeWithProc) {
     std::string comm = FileText("/proc/self/comm");
     comm.erase(comm.find_last_not_of('\n') + 1);
     std::string const self = std::to_string(getpid());
-    EXPECT_EQ(One("name of process " + self), comm);
-    EXPECT_EQ(One("pid of process " + self), self);
-    EXPECT_EQ(One("exists process whose (pid of it = " + self + ")"), "True");
-    EXPECT_EQ(Ask("names of processes whose (pid of it = " + self + ")"), Answers{comm});
+    EXPECT_EQ(Answer("(name of it, pid of it) of process " + self), comm + ", " + self);
+    EXPECT_EQ(Answer("names of processes whose (pid of it = " + self + ")"), comm);
 
     std::size_t const before = ProcessDirectories();
-    long long const counted = std::stoll(One("number of processes"));
+    long long const counted = std::stoll(Answer("number of processes"));
     std::size_t const after = ProcessDirectories();
     // Other processes may start and end meanwhile; the count stays close.
     EXPECT_GE(counted + 20, static_cast<long long>(std::min(before, after)));

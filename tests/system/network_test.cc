@@ -1,6 +1,5 @@
 // The network interface inspectors and the interface-list wrappers against
 // a stand-in address list built in memory.
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <arpa/inet.h>
@@ -17,11 +16,8 @@
 #include "platform/linux/network.h"
 #include "tests/system/ask.h"
 
-using system_test::Answers;
 using system_test::Ask;
-using system_test::ErrorOf;
-using system_test::One;
-using testing::HasSubstr;
+using system_test::Expect;
 
 namespace {
 
@@ -128,115 +124,94 @@ private:
 
 } // namespace
 
-TEST_F(NetworkInspectors, InterfacesOfEveryFamilyInListOrder) {
+TEST_F(NetworkInspectors, ATypicalMachine) {
     TypicalMachine();
-    EXPECT_EQ(Ask("names of interfaces of network"), (Answers{"lo", "eth0", "lo", "eth0", "eth0"}));
-    EXPECT_EQ(Ask("families of interfaces of network"), (Answers{"18", "18", "2", "2", "30"}));
-    EXPECT_EQ(Ask("family names of interfaces of network"),
-              (Answers{"AF_LINK", "AF_LINK", "AF_INET", "AF_INET", "AF_INET6"}));
-    EXPECT_EQ(Ask("ups of interfaces of network"),
-              (Answers{"True", "True", "True", "True", "True"}));
-    EXPECT_EQ(One("number of ip interfaces of network"), "2");
-    EXPECT_EQ(One("number of link interfaces of network"), "2");
+    Expect({
+        {"names of interfaces of network", "lo; eth0; lo; eth0; eth0"},
+        {"families of interfaces of network", "18; 18; 2; 2; 30"},
+        {"family names of interfaces of network", "AF_LINK; AF_LINK; AF_INET; AF_INET; AF_INET6"},
+        {"ups of interfaces of network", "True; True; True; True; True"},
+        {"(number of ip interfaces of it, number of link interfaces of it) of network", "2, 2"},
+        {"addresses of ip interfaces of network", "127.0.0.1; 192.168.1.20"},
+        {"broadcast addresses of ip interfaces of network", "127.0.0.1; 192.168.1.255"},
+        {"subnet masks of ip interfaces of network", "255.0.0.0; 255.255.255.0"},
+        {"subnet addresses of ip interfaces of network", "127.0.0.0; 192.168.1.0"},
+        {"loopbacks of ip interfaces of network", "True; False"},
+        {"broadcast supports of ip interfaces of network", "False; True"},
+        {"multicast supports of ip interfaces of network", "False; True"},
+        {"point to points of ip interfaces of network", "False; False"},
+        {"mac addresses of link interfaces of network", "00-00-00-00-00-00; 00-11-22-aa-bb-cc"},
+        // Numbers count from one; a link number steps through the entries
+        // after the first link entry, so 2 lands on an IPv4 entry.
+        {"(exists interface 0 of it, exists interface 6 of it, exists interface 4294967297 of it) "
+         "of network",
+         "False, False, False"},
+        {"(family of interface 1 of it, family of interface 5 of it) of network", "18, 30"},
+        {"address of ip interface 2 of network", "192.168.1.20"},
+        {"(exists ip interface 3 of it, exists ip interface 0 of it) of network", "False, False"},
+        {"mac address of link interface 1 of network", "00-00-00-00-00-00"},
+        {"exists link interface 3 of network", "False"},
+        {"mac address of link interface 2 of network", "error: NotAF_LINK"},
+    });
+    EXPECT_EQ(interfaces.gets, interfaces.frees);
 }
 
-TEST_F(NetworkInspectors, IpInterfacesCarryTheirAddressesAndFlags) {
-    TypicalMachine();
-    EXPECT_EQ(Ask("addresses of ip interfaces of network"), (Answers{"127.0.0.1", "192.168.1.20"}));
-    EXPECT_EQ(Ask("broadcast addresses of ip interfaces of network"),
-              (Answers{"127.0.0.1", "192.168.1.255"}));
-    EXPECT_EQ(Ask("subnet masks of ip interfaces of network"),
-              (Answers{"255.0.0.0", "255.255.255.0"}));
-    EXPECT_EQ(Ask("subnet addresses of ip interfaces of network"),
-              (Answers{"127.0.0.0", "192.168.1.0"}));
-    EXPECT_EQ(Ask("loopbacks of ip interfaces of network"), (Answers{"True", "False"}));
-    EXPECT_EQ(Ask("broadcast supports of ip interfaces of network"), (Answers{"False", "True"}));
-    EXPECT_EQ(Ask("multicast supports of ip interfaces of network"), (Answers{"False", "True"}));
-    EXPECT_EQ(Ask("point to points of ip interfaces of network"), (Answers{"False", "False"}));
-    EXPECT_EQ(Ask("mac addresses of link interfaces of network"),
-              (Answers{"00-00-00-00-00-00", "00-11-22-aa-bb-cc"}));
-}
-
-TEST_F(NetworkInspectors, NumberedInterfacesCountFromOne) {
-    TypicalMachine();
-    EXPECT_EQ(One("exists interface 0 of network"), "False");
-    EXPECT_EQ(One("family of interface 1 of network"), "18");
-    EXPECT_EQ(One("family of interface 5 of network"), "30");
-    EXPECT_EQ(One("exists interface 6 of network"), "False");
-    EXPECT_EQ(One("exists interface 4294967297 of network"), "False");
-    EXPECT_EQ(One("address of ip interface 2 of network"), "192.168.1.20");
-    EXPECT_EQ(One("exists ip interface 3 of network"), "False");
-    EXPECT_EQ(One("exists ip interface 0 of network"), "False");
-    EXPECT_EQ(One("mac address of link interface 1 of network"), "00-00-00-00-00-00");
-    EXPECT_EQ(One("exists link interface 3 of network"), "False");
-}
-
-TEST_F(NetworkInspectors, LinkInterfaceNumbersStepThroughIpEntries) {
-    // An IPv4 entry follows the first link entry: number 2 lands on it.
-    TypicalMachine();
-    EXPECT_THAT(ErrorOf("mac address of link interface 2 of network"), HasSubstr("NotAF_LINK"));
-
-    // No IPv4 entry follows it: number 2 runs out.
-    FakeInterfaces linksOnly;
-    linksOnly.Link("en0", {1, 2, 3, 4, 5, 6}, IFF_UP).Link("en1", {7, 8, 9, 10, 11, 12}, IFF_UP);
-    platform::ScopedInterfaceAddressSource installed(linksOnly);
-    EXPECT_EQ(One("exists link interface 2 of network"), "False");
-    EXPECT_EQ(Ask("mac addresses of link interfaces of network"),
-              (Answers{"01-02-03-04-05-06", "07-08-09-0a-0b-0c"}));
+TEST_F(NetworkInspectors, LinkNumbersRunOutWithoutIpEntries) {
+    interfaces.Link("en0", {1, 2, 3, 4, 5, 6}, IFF_UP).Link("en1", {7, 8, 9, 10, 11, 12}, IFF_UP);
+    Expect(
+        {{"exists link interface 2 of network", "False"},
+         {"mac addresses of link interfaces of network", "01-02-03-04-05-06; 07-08-09-0a-0b-0c"}});
 }
 
 TEST_F(NetworkInspectors, MissingAddressesOfAnIpEntryAreErrors) {
     interfaces.Inet("ppp0", "10.0.0.1", std::nullopt, "10.0.0.2", IFF_UP | IFF_POINTOPOINT);
-    EXPECT_THAT(ErrorOf("addresses of ip interfaces of network"), HasSubstr("NoIFNetMask"));
-
+    Expect({{"addresses of ip interfaces of network", "error: NoIFNetMask"}});
     FakeInterfaces noBroadcast;
     noBroadcast.Inet("eth0", "10.0.0.1", "255.0.0.0", std::nullopt, IFF_UP);
     platform::ScopedInterfaceAddressSource installed(noBroadcast);
-    EXPECT_THAT(ErrorOf("address of ip interface 1 of network"), HasSubstr("NoIFBroadcast"));
-    EXPECT_THAT(ErrorOf("primary internet connection"), HasSubstr("NoIFBroadcast"));
+    Expect({{"address of ip interface 1 of network", "error: NoIFBroadcast"},
+            {"primary internet connection", "error: NoIFBroadcast"}});
     EXPECT_EQ(noBroadcast.gets, noBroadcast.frees);
 }
 
 TEST_F(NetworkInspectors, EntriesWithoutAnAddressOrOfUnknownFamilyAreHarmless) {
     interfaces.NoAddress("tun0").Other("can0", AF_CAN, IFF_UP).Other("nl", AF_NETLINK, IFF_UP);
-    EXPECT_EQ(Ask("families of interfaces of network"),
-              (Answers{"0", std::to_string(platform::kUnmappedFamilyOffset + AF_CAN), "17"}));
-    EXPECT_EQ(Ask("family names of interfaces of network"), (Answers{"AF_UNSPEC", "AF_ROUTE"}));
-    EXPECT_EQ(One("number of ip interfaces of network"), "0");
-    EXPECT_EQ(One("number of link interfaces of network"), "0");
+    Expect(
+        {{"families of interfaces of network",
+          "0; " + std::to_string(platform::kUnmappedFamilyOffset + AF_CAN) + "; 17"},
+         {"family names of interfaces of network", "AF_UNSPEC; AF_ROUTE"},
+         {"(number of ip interfaces of it, number of link interfaces of it) of network", "0, 0"}});
 }
 
 TEST_F(NetworkInspectors, PrimaryConnectionIsTheFirstIpEntryThatIsNotLoopback) {
     interfaces.Inet("lo", "127.0.0.1", "255.0.0.0", "127.0.0.1", IFF_UP | IFF_LOOPBACK);
-    EXPECT_EQ(One("exists primary internet connection"), "False");
-    EXPECT_EQ(interfaces.gets, interfaces.frees);
-
+    Expect({{"exists primary internet connection", "False"}});
     interfaces.Inet("eth0", "10.1.2.3", "255.255.0.0", "10.1.255.255", IFF_BROADCAST)
         .Inet("eth1", "10.9.9.9", "255.0.0.0", "10.255.255.255", kUpBroadcastMulticast);
-    EXPECT_EQ(One("name of primary internet connection"), "eth0"); // down, still primary
-    EXPECT_EQ(One("subnet address of primary internet connection"), "10.1.0.0");
-    EXPECT_EQ(One("up of primary internet connection"), "False");
+    Expect({{"(name of it, subnet address of it, up of it) of primary internet connection",
+             "eth0, 10.1.0.0, False"},
+            {"(broadcast support of it, multicast support of it) of primary internet connection",
+             "True, False"}});
     EXPECT_EQ(interfaces.gets, interfaces.frees);
 }
 
 TEST_F(NetworkInspectors, EachNetworkValueReadsAndFreesItsOwnList) {
     TypicalMachine();
-    One("number of interfaces of network");
+    Ask("number of interfaces of network");
     Ask("names of ip interfaces of network");
     EXPECT_EQ(interfaces.gets, 2);
     EXPECT_EQ(interfaces.frees, 2);
-
     interfaces.fail = true;
-    EXPECT_THAT(ErrorOf("network"), HasSubstr("GetIFAddrFailed"));
-    EXPECT_THAT(ErrorOf("primary internet connection"), HasSubstr("GetIFAddrFailed"));
+    Expect({{"network", "error: GetIFAddrFailed"},
+            {"primary internet connection", "error: GetIFAddrFailed"}});
     EXPECT_EQ(interfaces.frees, 2);
 }
 
 TEST_F(NetworkInspectors, AnEmptyListHasNoInterfaces) {
-    EXPECT_EQ(One("number of interfaces of network"), "0");
-    EXPECT_EQ(One("number of link interfaces of network"), "0");
-    EXPECT_EQ(One("exists interface 1 of network"), "False");
-    EXPECT_EQ(One("exists primary internet connection"), "False");
+    Expect({{"(number of interfaces of it, number of link interfaces of it, exists interface 1 of "
+             "it) of network",
+             "0, 0, False"},
+            {"exists primary internet connection", "False"}});
 }
 
 // The common names are seen end to end; here the ends of the table.

@@ -1,26 +1,20 @@
 // The process inspectors and the process-list routine against a stand-in
 // process table, and the reader of /proc/<pid>/stat lines.
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
-#include <filesystem>
-#include <fstream>
 #include <string>
 #include <vector>
 
 #include "inspectors/system/processes.h"
 #include "platform/linux/processes.h"
+#include "tests/files/temp_tree.h"
 #include "tests/system/ask.h"
 
-using system_test::Answers;
-using system_test::Ask;
-using system_test::ErrorOf;
-using system_test::One;
-using testing::HasSubstr;
+using system_test::Expect;
 
 namespace {
 
@@ -86,47 +80,39 @@ private:
 
 } // namespace
 
-TEST_F(ProcessInspectors, IteratesTheTableInItsOrder) {
-    EXPECT_EQ(Ask("names of processes"), (Answers{"kernel_task", "launchd", "sshd"}));
-    EXPECT_EQ(Ask("pids of processes"), (Answers{"0", "1", "77"}));
-    EXPECT_EQ(One("number of processes"), "3");
-    EXPECT_EQ(Ask("names of processes whose (pid of it > 0)"), (Answers{"launchd", "sshd"}));
-}
-
-TEST_F(ProcessInspectors, LooksUpAProcessById) {
-    EXPECT_EQ(One("name of process 0"), "kernel_task");
-    EXPECT_EQ(One("name of process 77"), "sshd");
-    EXPECT_EQ(One("(pid of it, id of it, process id of it) of process 77"), "77, 77, 77");
-    EXPECT_EQ(One("exists process 78"), "False");
+TEST_F(ProcessInspectors, IteratesTheTableAndLooksUpById) {
+    Expect({{"names of processes", "kernel_task; launchd; sshd"},
+            {"pids of processes", "0; 1; 77"},
+            {"number of processes", "3"},
+            {"names of processes whose (pid of it > 0)", "launchd; sshd"},
+            {"(name of process 0, name of process 77)", "kernel_task, sshd"}});
     processes.table.push_back(Record(-1, "wrapped"));
-    EXPECT_EQ(One("name of process 4294967295"), "wrapped");
-    EXPECT_EQ(One("exists process 4294967296"), "False");
-}
-
-TEST_F(ProcessInspectors, ANameOfSixteenCharactersIsKeptWhole) {
-    processes.table = {Record(5, "abcdefghijklmnop")};
-    EXPECT_EQ(One("name of process 5"), "abcdefghijklmnop");
-    EXPECT_EQ(Ask("names of processes"), Answers{"abcdefghijklmnop"});
+    processes.table.push_back(Record(5, "abcdefghijklmnop"));
+    Expect({{"names of processes whose (pid of it = 5)", "abcdefghijklmnop"},
+            {"(pid of it, id of it, process id of it) of process 77", "77, 77, 77"},
+            {"exists process 78", "False"},
+            {"name of process 4294967295", "wrapped"},
+            {"exists process 4294967296", "False"},
+            {"name of process 5", "abcdefghijklmnop"}});
 }
 
 TEST_F(ProcessInspectors, ATableThatGrowsWhileReadIsSizedAgain) {
     processes.startAfterSizing = {Record(90, "new")};
-    EXPECT_EQ(One("number of processes"), "4");
+    Expect({{"number of processes", "4"}});
     EXPECT_EQ(processes.sizings, 2);
 }
 
 TEST_F(ProcessInspectors, AnUnreadableTableFailsTheIteration) {
     processes.readError = EACCES;
-    EXPECT_THAT(ErrorOf("number of processes"), HasSubstr("GetBSDProcessListFailed"));
+    Expect({{"number of processes", "error: GetBSDProcessListFailed"}});
     processes.readError = 0;
     processes.sizeError = EPERM;
-    EXPECT_THAT(ErrorOf("names of processes"), HasSubstr("GetBSDProcessListFailed"));
+    Expect({{"names of processes", "error: GetBSDProcessListFailed"}});
 }
 
 TEST_F(ProcessInspectors, AnEmptyTableHasNoProcesses) {
     processes.table.clear();
-    EXPECT_EQ(One("number of processes"), "0");
-    EXPECT_EQ(One("exists process 1"), "False");
+    Expect({{"(number of processes, exists process 1)", "0, False"}});
 }
 
 TEST_F(ProcessInspectors, EachPassReadsAFreshSnapshotThatLaterProcessesDoNotJoin) {
@@ -168,9 +154,9 @@ TEST(ProcessListAssertions, BrokenPreconditionsEndTheProcessWithTheirText) {
     kinfo_proc record{};
     kinfo_proc* notNull = &record;
     kinfo_proc* list = nullptr;
-    EXPECT_DEATH(GetBSDProcessList(nullptr, &count),
-                 "^Shared/Portable/Processes/Mac/BSDProcessList:32: failed assertion "
-                 "`procList != NULL'\n");
+    EXPECT_DEATH(
+        GetBSDProcessList(nullptr, &count),
+        "^Shared/Portable/Processes/Mac/BSDProcessList:32: failed assertion `procList != NULL'\n");
     EXPECT_DEATH(GetBSDProcessList(&notNull, &count),
                  "BSDProcessList:33: failed assertion `\\*procList == NULL'");
     EXPECT_DEATH(GetBSDProcessList(&list, nullptr),
@@ -209,46 +195,18 @@ TEST(ProcessDirectoryName, OnlyDecimalIdsAreProcesses) {
     }
 }
 
-namespace {
-
-// A directory laid out as a proc file system, removed with the object.
-class FakeProcDirectory {
-public:
-    FakeProcDirectory() {
-        char pattern[] = "/tmp/zor-proc-XXXXXX";
-        root_ = mkdtemp(pattern);
-    }
-    ~FakeProcDirectory() { std::filesystem::remove_all(root_); }
-    FakeProcDirectory(FakeProcDirectory const&) = delete;
-    FakeProcDirectory& operator=(FakeProcDirectory const&) = delete;
-
-    std::string const& root() const { return root_; }
-
-    // A directory with an optional stat file.
-    void Entry(std::string const& name, char const* stat) {
-        std::filesystem::create_directory(root_ + "/" + name);
-        if (stat) {
-            std::ofstream(root_ + "/" + name + "/stat") << stat;
-        }
-    }
-
-private:
-    std::string root_;
-};
-
-} // namespace
-
 TEST(ProcDirectoryTable, ListsProcessesAndSkipsEverythingElse) {
-    FakeProcDirectory proc;
-    proc.Entry("12", "12 (init) S 0 12 12");
-    proc.Entry("345", "345 (my prog) R 12 345");
-    proc.Entry("13", nullptr);                       // ended after the listing
-    proc.Entry("14", "garbage without parentheses"); // unreadable as a process
-    proc.Entry("self", "12 (init) S 0 12 12");
-    proc.Entry("007", "7 (octal) S 0 7 7");
-    std::ofstream(proc.root() + "/uptime") << "1.0 2.0";
+    TempTree proc;
+    proc.Write("12/stat", "12 (init) S 0 12 12");
+    proc.Write("345/stat", "345 (my prog) R 12 345");
+    proc.Folder("13"); // ended after the listing
+    proc.Write("14/stat",
+               "garbage without parentheses"); // unreadable as a process
+    proc.Write("self/stat", "12 (init) S 0 12 12");
+    proc.Write("007/stat", "7 (octal) S 0 7 7");
+    proc.Write("uptime", "1.0 2.0");
 
-    platform::ProcDirectoryTable table(proc.root());
+    platform::ProcDirectoryTable table(proc.Path());
     std::size_t room = 0;
     ASSERT_EQ(table.TableSize(room), 0);
     EXPECT_GE(room, 4u);
@@ -272,27 +230,27 @@ TEST(ProcDirectoryTable, ListsProcessesAndSkipsEverythingElse) {
     EXPECT_FALSE(table.ReadProcess(14, record));
     EXPECT_FALSE(table.ReadProcess(99, record));
 
-    platform::ProcDirectoryTable missing(proc.root() + "/absent");
+    platform::ProcDirectoryTable missing(proc.Path("absent"));
     EXPECT_EQ(missing.TableSize(room), ENOENT);
     EXPECT_EQ(missing.ReadTable(records.data(), room, count), ENOENT);
 }
 
 TEST(ProcDirectoryTable, IsSizedFromTheSchedulingEntitiesWhenTheKernelCountsThem) {
-    FakeProcDirectory proc;
-    proc.Entry("1", "1 (init) S 0 1 1");
-    proc.Entry("20", "21 (other) S 0 21 21");
-    platform::ProcDirectoryTable table(proc.root());
+    TempTree proc;
+    proc.Write("1/stat", "1 (init) S 0 1 1");
+    proc.Write("20/stat", "21 (other) S 0 21 21");
+    platform::ProcDirectoryTable table(proc.Path());
     std::size_t counted = 0;
     ASSERT_EQ(table.TableSize(counted), 0);
     kinfo_proc record{};
     EXPECT_FALSE(table.ReadProcess(20, record)) << "the file names another process";
 
-    std::ofstream(proc.root() + "/loadavg") << "0.52 0.58 0.59 2/170 12345\n";
+    proc.Write("loadavg", "0.52 0.58 0.59 2/170 12345\n");
     std::size_t sized = 0;
     ASSERT_EQ(table.TableSize(sized), 0);
     EXPECT_EQ(sized, counted - 2 + 170) << "two process directories were counted";
 
-    std::ofstream(proc.root() + "/loadavg") << "not a load average\n";
+    proc.Write("loadavg", "not a load average\n");
     ASSERT_EQ(table.TableSize(sized), 0);
     EXPECT_EQ(sized, counted);
 }

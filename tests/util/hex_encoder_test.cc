@@ -12,10 +12,6 @@ std::string Text(Buffer const& out) {
 }
 
 TEST(HexEncoder, DigitsOfEachNibble) {
-    EXPECT_EQ(HexEncoder::Digit1(0xA7), 'a');
-    EXPECT_EQ(HexEncoder::Digit0(0xA7), '7');
-    EXPECT_EQ(HexEncoder::Digit1(0x0F), '0');
-    EXPECT_EQ(HexEncoder::Digit0(0x0F), 'f');
     std::string const all = {'\x00', '\x01', '\x7f', '\x80', '\xfe', '\xff'};
     EXPECT_EQ(HexEncode(ConstData(all)), "00017f80feff");
     EXPECT_EQ(HexEncode(ConstData()), "");

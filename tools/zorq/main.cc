@@ -2,7 +2,9 @@
 #include <cstdlib>
 #include <filesystem>
 #include <iostream>
+#include <memory>
 
+#include "agent/simulated_agent.h"
 #include "tools/zorq/options.h"
 #include "tools/zorq/session.h"
 
@@ -18,6 +20,19 @@ void usePreferencesFolder(std::string const& folder) {
     setenv("ZOR_PREFERENCES_DIR", folder.c_str(), 1);
 }
 
+// The agent the expressions ask about: from the agent-state file, read and
+// checked whole before anything is evaluated, else one that knows only its
+// settings.
+std::unique_ptr<SimulatedAgent> loadAgent(std::string const& file) {
+    if (file.empty())
+        return std::make_unique<SimulatedAgent>();
+    try {
+        return std::make_unique<SimulatedAgent>(ReadAgentState(file));
+    } catch (AgentStateError const& error) {
+        throw zorq::UsageError(std::string("agent state ") + error.what());
+    }
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
@@ -28,7 +43,8 @@ int main(int argc, char** argv) {
             return 0;
         }
         usePreferencesFolder(options.preferences);
-        return zorq::runZorq(options, std::cout);
+        auto const agent = loadAgent(options.agentState);
+        return zorq::runZorq(options, agent.get(), std::cout);
     } catch (zorq::UsageError const& error) {
         std::cerr << "zorq: " << error.what() << "\nTry 'zorq --help' for more information.\n";
         return 2;

@@ -91,6 +91,12 @@ constexpr std::array settings{
                     throw UsageError("option --preferences needs a folder");
                 options.preferences = std::string(folder);
             }},
+    Setting{"", "--agent-state",
+            [](Options& options, std::string_view file) {
+                if (file.empty())
+                    throw UsageError("option --agent-state needs a file");
+                options.agentState = std::string(file);
+            }},
 };
 
 template <typename Option, std::size_t count>
@@ -173,10 +179,14 @@ Limits:
 Agent:
   --preferences DIR    read and write the agent's settings in the folder DIR
                        (one property list per domain) instead of the default
+  --agent-state FILE   answer questions about the agent (its actions, action
+                       lock, version and servers) from the JSON agent-state
+                       FILE; without it they fail: no agent context is available
   -h, --help           show this help
 
 Exit status: 0 when every expression evaluated, 1 when any failed,
-2 for bad usage (unknown option, unreadable file, missing folder).
+2 for bad usage (unknown option, unreadable file, missing folder, a faulty
+agent-state file).
 
 Examples:
   zorq '1 + 2 * 3'

@@ -32,6 +32,7 @@ struct Options {
     bool phrases = false;
     zor::Budget budget;
     std::string preferences; // the settings store's folder; empty keeps its default
+    std::string agentState;  // the agent-state file; empty: an agent that knows only its settings
 };
 
 // Parses the arguments after the program name; throws UsageError.

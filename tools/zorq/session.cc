@@ -14,9 +14,9 @@ namespace {
 // Evaluates expressions one after another and prints each result.
 class Printer {
 public:
-    Printer(Options const& options, std::ostream& out)
+    Printer(Options const& options, InspectorContext* agent, std::ostream& out)
         : out_(out), json_(options.json),
-          time_(options.time), evaluation_{.context = nullptr, .budget = options.budget} {}
+          time_(options.time), evaluation_{.context = agent, .budget = options.budget} {}
 
     // Returns whether the expression evaluated without error.
     bool run(std::string_view expression, std::optional<std::size_t> caretIndent = {}) {
@@ -61,11 +61,11 @@ void listPhrases(Options const& options, std::ostream& out) {
 
 } // namespace
 
-int runZorq(Options const& options, std::ostream& out) {
+int runZorq(Options const& options, InspectorContext* agent, std::ostream& out) {
     auto const expressions = collectExpressions(options.inputs, std::cin);
     if (options.phrases)
         listPhrases(options, out);
-    Printer printer(options, out);
+    Printer printer(options, agent, out);
     bool allEvaluated = true;
     if (!options.inputs.empty() || options.phrases)
         allEvaluated = runAll(printer, expressions);

@@ -4,12 +4,14 @@
 
 #include <ostream>
 
+#include "evaluator/context.h"
 #include "tools/zorq/options.h"
 
 namespace zorq {
 
-// Does everything the options ask and returns the exit status (0 or 1).
-// Throws UsageError for unreadable input files before evaluating anything.
-int runZorq(Options const& options, std::ostream& out);
+// Does everything the options ask, evaluating with the agent's context
+// installed, and returns the exit status (0 or 1). Throws UsageError for
+// unreadable input files before evaluating anything.
+int runZorq(Options const& options, InspectorContext* agent, std::ostream& out);
 
 } // namespace zorq

@@ -19,6 +19,7 @@ constexpr int kWriteFailed = 3;
 
 constexpr char const* kUsageText =
     R"(usage: zorsettings [--folder DIR] [--store NAME] COMMAND [ARGUMENTS]
+       zorsettings --help | -h
 
 Reads and changes the agent's settings in DIR/com.zor.agent.plist, where DIR is
 --folder, else $ZOR_PREFERENCES_DIR, else /var/lib/zor/preferences.
@@ -84,6 +85,10 @@ Invocation Parse(std::vector<std::string> const& arguments) {
     Invocation invocation;
     for (std::size_t i = 0; i < arguments.size(); ++i) {
         std::string const& argument = arguments[i];
+        if (argument == "--help" || argument == "-h") {
+            invocation.words = {"help"};
+            return invocation;
+        }
         bool takesValue = argument == "--folder" || argument == "--store";
         if (takesValue && i + 1 == arguments.size()) {
             throw UsageError("option " + argument + " needs a value");

@@ -1,0 +1,60 @@
+// The simulated agent: the inspector contexts of an agent, filled from an
+// agent-state file, over the real setting stores. A host installs one for its
+// evaluations (EvaluationOptions::context); it offers exactly the kinds the
+// file describes, and always the settings kinds.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <typeinfo>
+#include <unordered_map>
+#include <vector>
+
+#include "agent/agent_state.h"
+#include "evaluator/context.h"
+#include "framework/contexts.h"
+#include "framework/settings_context.h"
+
+class SimulatedAgent final : public InspectorContext,
+                             public InspectorKindFilter,
+                             public InspectorAnalysisContext,
+                             public InspectorActionContext,
+                             public InspectorSystemContext,
+                             public InspectorSettingsContext,
+                             public ZORSettingsContext,
+                             public InspectorServerContext,
+                             public ZORAgentVersionContext,
+                             public ClientLocationInspectorContext,
+                             public PendingRestartInspectorContext {
+public:
+    // Without a state, an agent that knows nothing but its settings.
+    SimulatedAgent();
+    // Throws AgentStateError when more actions carry parameters than
+    // kMaxActionsWithParameters.
+    explicit SimulatedAgent(AgentState state);
+    SimulatedAgent(SimulatedAgent const&) = delete;
+    SimulatedAgent& operator=(SimulatedAgent const&) = delete;
+
+    bool OffersKind(std::type_info const& kind) const override;
+
+    char const* VersionOfClient() const override;
+    char const* ClientFolder() const override;
+    boolean PendingRestart() const override;
+    boolean PendingRestart(ConstData name) const override;
+
+    AgentState const& State() const { return state_; }
+    // The action with that id, or null.
+    AgentAction const* ActionById(std::uint32_t id) const;
+    // The action given the parameter lookup of that number.
+    AgentAction const& ActionWithParameters(std::size_t lookup) const;
+
+private:
+    void InstallOperations();
+
+    AgentState state_;
+    std::unordered_map<std::uint32_t, std::size_t> actionsById_;
+    std::vector<std::size_t> actionsWithParameters_; // record index by lookup number
+};
+
+// Each action with parameters needs one of a fixed set of lookup functions.
+inline constexpr std::size_t kMaxActionsWithParameters = 256;

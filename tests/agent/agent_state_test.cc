@@ -1,0 +1,127 @@
+// A faulty agent-state file is refused whole, with the key path of its first
+// fault; what the transcripts cannot show, since zorq reports it as a usage
+// error before evaluating anything.
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <string>
+
+#include "agent/agent_state.h"
+#include "agent/simulated_agent.h"
+
+namespace {
+
+std::string Refusal(std::string const& text) {
+    try {
+        ParseAgentState(text, "/base");
+    } catch (AgentStateError const& error) {
+        return error.what();
+    }
+    return "accepted";
+}
+
+} // namespace
+
+TEST(AgentState, FaultsNameTheirKeyPath) {
+    struct Case {
+        char const* text;
+        char const* refusal;
+    };
+    Case const cases[] = {
+        {"[]", "the top level: not an object"},
+        {R"({"sites": {}})", "sites: unknown key"},
+        {R"({"actions": {"records": [{"id": 1}, {"id": 2, "pendng": true}]}})",
+         "actions.records[1].pendng: unknown key"},
+        {R"({"actions": {"records": [{"id": 4294967296}]}})",
+         "actions.records[0].id: not an integer from 0 to 4294967295"},
+        {R"({"actions": {"records": [{"constraint_code": -1}]}})",
+         "actions.records[0].constraint_code: not an integer from 0 to 255"},
+        {R"({"actions": {"records": [{"active_count": 1.5}]}})",
+         "actions.records[0].active_count: not an integer from 0 to 65535"},
+        {R"({"actions": {"records": [{"pending": 1}]}})",
+         "actions.records[0].pending: not true or false"},
+        {R"({"actions": {"records": [{"id": 3}, {"id": 3}]}})",
+         "actions.records[1].id: another record has this id"},
+        {R"({"actions": {"current": 5, "records": []}})", "actions.current: no record has id 5"},
+        {R"({"actions": {"records": [{"parameters": {"a": 1}}]}})",
+         "actions.records[0].parameters.a: not a text"},
+        {R"({"analysis": {"last_time": "yesterday"}})",
+         "analysis.last_time: not a time: \"yesterday\""},
+        {R"({"analysis": {"last_time": true}})",
+         "analysis.last_time: not a time (microseconds since 1970, or a time text)"},
+        {R"({"system": {"action_lock_controller": "admin"}})",
+         "system.action_lock_controller: not \"client\", \"console\", \"nobody\" or a number"},
+        {R"({"servers": {"download": {"name": "a\u0000b"}}})",
+         "servers.download.name: holds a NUL byte"},
+        {R"({"servers": {"registration": {"version": "1.2.3.4.5.6.7.8.9.10.11.12.13.14.15"}}})",
+         "servers.registration.version: longer than 31 bytes"},
+        {R"({"client": {"folder": ""}})", "client.folder: not a folder path"},
+        {R"({"pending_restart": {"names": "x"}})", "pending_restart.names: not a list"},
+        {R"({"actions": )", "not valid JSON: parse error at line 1, column 13: syntax error "
+                            "while parsing value - unexpected end of input; expected '[', "
+                            "'{', or a literal"},
+    };
+    for (Case const& c : cases) {
+        EXPECT_EQ(Refusal(c.text), c.refusal) << c.text;
+    }
+}
+
+TEST(AgentState, DeepNestingAndHugeFilesAreRefusedBeforeParsing) {
+    std::string const deep = std::string(100000, '[') + std::string(100000, ']');
+    EXPECT_EQ(Refusal(deep), "nested deeper than 32 levels at byte 32");
+    // Brackets inside texts are not nesting.
+    EXPECT_EQ(Refusal(R"({"client": {"version": ")" + std::string(100, '[') + "\"}}"), "accepted");
+
+    std::filesystem::path const file =
+        std::filesystem::temp_directory_path() / "zor-agent-state-huge.json";
+    {
+        std::ofstream out(file);
+        out << std::string(kMaxAgentStateBytes + 1, ' ');
+    }
+    try {
+        ReadAgentState(file);
+        ADD_FAILURE() << "a file past the limit was read";
+    } catch (AgentStateError const& error) {
+        EXPECT_EQ(error.what(), file.string() + ": larger than 16777216 bytes");
+    }
+    std::filesystem::remove(file);
+    EXPECT_THROW(ReadAgentState("/nonexistent/agent.json"), AgentStateError);
+}
+
+TEST(AgentState, RelativeClientFolderIsTakenFromTheFilesFolder) {
+    AgentState const state = ParseAgentState(R"({"client": {"folder": "../agent"}})", "/etc/zor");
+    EXPECT_EQ(state.clientFolder, "/etc/agent");
+    EXPECT_EQ(state.clientVersion, "6.0.9.55") << "a file without a version has the built-in one";
+    EXPECT_FALSE(ParseAgentState("{}", "/").system.has_value());
+}
+
+TEST(SimulatedAgent, OnlyAFixedNumberOfActionsMayCarryParameters) {
+    std::string text = R"({"actions": {"records": [)";
+    for (std::size_t i = 0; i <= kMaxActionsWithParameters; ++i) {
+        text += (i ? "," : "") + std::string(R"({"id": )") + std::to_string(i) +
+                R"(, "parameters": {}})";
+    }
+    text += "]}}";
+    EXPECT_THROW(SimulatedAgent{ParseAgentState(text, "/")}, AgentStateError);
+}
+
+TEST(SimulatedAgent, OffersOnlyTheKindsItsFileDescribes) {
+    SimulatedAgent agent(
+        ParseAgentState(R"({"pending_restart": {"pending": true, "names": ["kernel"]}})", "/"));
+    ScopedInspectorContext installed(&agent);
+    auto const& restart = GetInspectorContext<PendingRestartInspectorContext>();
+    EXPECT_TRUE(restart.PendingRestart());
+    EXPECT_TRUE(restart.PendingRestart(ConstData("kernel")));
+    EXPECT_FALSE(restart.PendingRestart(ConstData("Kernel")));
+    EXPECT_EQ(GetInspectorContextPointer<InspectorActionContext>(), nullptr);
+    EXPECT_EQ(GetInspectorContextPointer<ClientLocationInspectorContext>(), nullptr);
+    EXPECT_NE(GetInspectorContextPointer<InspectorSettingsContext>(), nullptr);
+    EXPECT_STREQ(GetInspectorContext<InspectorVersionContext>().VersionOfClient(), "6.0.9.55");
+
+    SimulatedAgent settingsOnly;
+    ScopedInspectorContext replaced(&settingsOnly);
+    EXPECT_EQ(GetInspectorContextPointer<InspectorVersionContext>(), nullptr);
+    EXPECT_EQ(GetInspectorContextPointer<PendingRestartInspectorContext>(), nullptr);
+    EXPECT_NE(GetInspectorContextPointer<ZORSettingsContext>(), nullptr);
+}
