@@ -174,7 +174,7 @@ TEST_F(LiveSystem, ServicePlaneIsSysDevices) {
         classes.push_back(none ? "IOService" : subsystem.filename().string());
     }
     EXPECT_EQ(Ask("classnames of nodes of service plane of iokit registry"), classes);
-    EXPECT_EQ(One("exists node \"../../etc\" of service plane of iokit registry"), "False");
+    EXPECT_EQ(Answer("exists node \"../../etc\" of service plane of iokit registry"), "False");
 }
 
 TEST_F(LiveSystem, EveryServiceNodeHasADictionary) {
@@ -187,7 +187,7 @@ TEST_F(LiveSystem, EveryServiceNodeHasADictionary) {
         }
         std::string const path = "IOService:/" + fs::relative(it->path(), devices).string();
         std::string const keys =
-            One("number of keys of dictionary of node \"" + path + "\" of iokit registry");
+            Answer("number of keys of dictionary of node \"" + path + "\" of iokit registry");
         EXPECT_FALSE(keys.empty()) << path;
         ++nodes;
     }
@@ -201,10 +201,10 @@ TEST_F(LiveSystem, FirmwareVersionIsDmisWithoutADeviceTree) {
     std::string version = FileText("/sys/class/dmi/id/bios_version");
     version.erase(version.find_last_not_of('\n') + 1);
     if (version.empty()) {
-        EXPECT_EQ(One("exists version of bios"), "False");
+        EXPECT_EQ(Answer("exists version of bios"), "False");
     } else {
-        EXPECT_EQ(One("version of bios"), version);
-        EXPECT_EQ(One("bios as string"), version);
+        EXPECT_EQ(Answer("version of bios"), version);
+        EXPECT_EQ(Answer("bios as string"), version);
     }
 }
 
@@ -213,9 +213,9 @@ TEST_F(LiveSystem, AnInstalledDesktopEntryIsAnApplication) {
     data.Write("applications/zor-live-test.desktop",
                "[Desktop Entry]\nType=Application\nName=Zor Live Test\nExec=/bin/sh -c true\n");
     setenv("XDG_DATA_HOME", data.Path().c_str(), 1); // no other test reads it
-    EXPECT_EQ(One("application \"Zor Live Test\""), "/bin/sh");
+    EXPECT_EQ(Answer("application \"Zor Live Test\""), "/bin/sh");
     Answers const names = Ask("names of applications");
     EXPECT_NE(std::find(names.begin(), names.end(), "sh"), names.end());
-    EXPECT_EQ(One("number of applications"), One("number of regapps"));
+    EXPECT_EQ(Answer("number of applications"), Answer("number of regapps"));
     unsetenv("XDG_DATA_HOME");
 }
