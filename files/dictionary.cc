@@ -96,6 +96,13 @@ DictionaryValue DictionaryValue::Integer(std::int64_t number) {
     return value;
 }
 
+DictionaryValue DictionaryValue::Data(std::string bytes) {
+    DictionaryValue value;
+    value.kind = Kind::Data;
+    value.text = std::move(bytes);
+    return value;
+}
+
 OSXDictionary::OSXDictionary(std::vector<Entry> entries) : entries_(std::move(entries)) {
     auto byKey = [](Entry const& a, Entry const& b) { return a.first < b.first; };
     std::stable_sort(entries_.begin(), entries_.end(), byKey);
@@ -129,6 +136,15 @@ std::optional<std::string> OSXDictionary::FindString(std::string_view key) const
         return std::nullopt;
     }
     return value->text;
+}
+
+std::optional<std::string> cstring_of_dictionary(std::string_view key, OSXDictionary const& table) {
+    DictionaryValue const* value = table.Find(key);
+    if (!value || (value->kind != DictionaryValue::Kind::String &&
+                   value->kind != DictionaryValue::Kind::Data)) {
+        return std::nullopt;
+    }
+    return value->text.substr(0, value->text.find('\0'));
 }
 
 std::optional<OSXDictionary> ParsePropertyListDictionary(ConstData bytes) {

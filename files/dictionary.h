@@ -11,16 +11,18 @@
 
 #include "util/bytes.h"
 
-// One value of a dictionary. Scalars have a text form; arrays, nested
-// dictionaries, dates and data are kept as Other, without one.
+// One value of a dictionary. Scalars have a text form, and Data (raw bytes
+// from a device) is its bytes; arrays, nested dictionaries, dates and
+// property-list data are kept as Other, without one.
 struct DictionaryValue {
-    enum class Kind : std::uint8_t { String, Integer, Real, Boolean, Other };
+    enum class Kind : std::uint8_t { String, Integer, Real, Boolean, Data, Other };
     Kind kind = Kind::Other;
-    std::string text;         // the string, or the number or truth value as text
+    std::string text;         // the string, the bytes, or the number or truth value as text
     std::int64_t integer = 0; // for Integer
 
     static DictionaryValue String(std::string text);
     static DictionaryValue Integer(std::int64_t value);
+    static DictionaryValue Data(std::string bytes);
 };
 
 class OSXDictionary {
@@ -43,6 +45,10 @@ public:
 private:
     std::vector<Entry> entries_;
 };
+
+// The value of `key` as a C string: a String's or Data's bytes up to the
+// first NUL; none for absent keys and other kinds.
+std::optional<std::string> cstring_of_dictionary(std::string_view key, OSXDictionary const& table);
 
 // The top-level dictionary of a property list in XML or binary form; none
 // when the bytes are no property list, its top level is no dictionary, it

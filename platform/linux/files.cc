@@ -4,9 +4,12 @@
 #include <cerrno>
 #include <cstring>
 #include <dirent.h>
+#include <fcntl.h>
 #include <memory>
 #include <sys/stat.h>
 #include <unistd.h>
+
+#include "platform/linux/descriptor.h"
 
 namespace platform {
 
@@ -31,6 +34,28 @@ struct DirCloser {
 };
 using AutoDIR = std::unique_ptr<DIR, DirCloser>;
 
+EntryType TypeOf(unsigned char type) {
+    switch (type) {
+    case DT_DIR:
+        return EntryType::Folder;
+    case DT_REG:
+        return EntryType::Regular;
+    case DT_LNK:
+        return EntryType::Link;
+    case DT_UNKNOWN:
+        return EntryType::Unknown;
+    default:
+        return EntryType::Other;
+    }
+}
+
+FileStatus StatusOf(struct stat const& info) {
+    return FileStatus{KindOf(info.st_mode), static_cast<std::int64_t>(info.st_size),
+                      static_cast<std::int64_t>(info.st_mtim.tv_sec) * 1000000 +
+                          info.st_mtim.tv_nsec / 1000,
+                      (info.st_mode & (S_IXUSR | S_IXGRP | S_IXOTH)) != 0};
+}
+
 bool IsDotOrDotDot(char const* name) {
     return std::strcmp(name, ".") == 0 || std::strcmp(name, "..") == 0;
 }
@@ -52,9 +77,15 @@ std::optional<FileStatus> StatPath(std::string const& path) {
         }
         throw StatFailed(path, error);
     }
-    return FileStatus{KindOf(info.st_mode), static_cast<std::int64_t>(info.st_size),
-                      static_cast<std::int64_t>(info.st_mtim.tv_sec) * 1000000 +
-                          info.st_mtim.tv_nsec / 1000};
+    return StatusOf(info);
+}
+
+std::optional<FileStatus> StatAt(int folder, char const* name) {
+    struct stat info {};
+    if (fstatat(folder, name, &info, 0) != 0) {
+        return std::nullopt;
+    }
+    return StatusOf(info);
 }
 
 std::vector<std::string> FolderEntries(std::string const& path) {
@@ -78,6 +109,64 @@ std::vector<std::string> FolderEntries(std::string const& path) {
     }
     std::sort(names.begin(), names.end());
     return names;
+}
+
+std::optional<std::string> ReadBounded(int fd, std::size_t limit) {
+    constexpr std::size_t kFirstBlock = 4096;
+    std::string bytes(std::min(limit + 1, kFirstBlock), '\0');
+    std::size_t length = 0;
+    for (;;) {
+        std::size_t const asked = bytes.size() - length;
+        ssize_t const got = read(fd, bytes.data() + length, asked);
+        if (got < 0 && errno == EINTR) {
+            continue;
+        }
+        if (got < 0) {
+            return std::nullopt;
+        }
+        length += static_cast<std::size_t>(got);
+        if (length > limit) {
+            return std::nullopt;
+        }
+        if (static_cast<std::size_t>(got) < asked) {
+            bytes.resize(length);
+            return bytes;
+        }
+        bytes.resize(std::min(limit + 1, bytes.size() * 2));
+    }
+}
+
+std::optional<std::string> ReadSmallFile(int folder, char const* name, std::size_t limit) {
+    struct stat info {};
+    if (fstatat(folder, name, &info, AT_SYMLINK_NOFOLLOW) != 0 || !S_ISREG(info.st_mode) ||
+        (info.st_mode & (S_IRUSR | S_IRGRP | S_IROTH)) == 0 ||
+        static_cast<std::uint64_t>(info.st_size) > limit) {
+        return std::nullopt;
+    }
+    Descriptor file(openat(folder, name, O_RDONLY | O_NONBLOCK | O_NOFOLLOW | O_CLOEXEC));
+    return file.valid() ? ReadBounded(file.get(), limit) : std::nullopt;
+}
+
+std::vector<FolderEntry> ListFolder(int folder, char const* name) {
+    std::vector<FolderEntry> entries;
+    Descriptor listing(openat(folder, name, O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (!listing.valid()) {
+        return entries;
+    }
+    alignas(dirent64) char buffer[16384];
+    for (;;) {
+        ssize_t const got = getdents64(listing.get(), buffer, sizeof buffer);
+        if (got <= 0) {
+            return entries;
+        }
+        for (ssize_t at = 0; at < got;) {
+            auto const* entry = reinterpret_cast<dirent64 const*>(buffer + at);
+            at += entry->d_reclen;
+            if (!IsDotOrDotDot(entry->d_name)) {
+                entries.push_back({entry->d_name, TypeOf(entry->d_type)});
+            }
+        }
+    }
 }
 
 std::string CurrentFolder() {

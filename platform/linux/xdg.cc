@@ -1,6 +1,15 @@
 #include "platform/linux/xdg.h"
 
+#include <algorithm>
 #include <cstdlib>
+#include <fcntl.h>
+#include <functional>
+#include <set>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "platform/linux/descriptor.h"
+#include "text/message_maker.h"
 
 #include "platform/linux/files.h"
 #include "text/line_maker.h"
@@ -74,6 +83,147 @@ bool IsRegularFile(std::string const& path) {
     return status && status->kind == FileKind::Regular;
 }
 
+using IniVisitor = std::function<void(std::string_view key, std::string_view value)>;
+
+// Hands the key = value lines of one section to `visit` as a LineMaker
+// delivers them.
+LineMaker::Handler SectionLines(std::string_view section, IniVisitor visit) {
+    return [section, visit = std::move(visit), inSection = false](ConstData line) mutable {
+        std::string_view text = Trim(line.view());
+        if (text.empty() || text.front() == '#') {
+            return;
+        }
+        if (text.front() == '[') {
+            inSection = text.size() == section.size() + 2 && text.back() == ']' &&
+                        text.substr(1, section.size()) == section;
+            return;
+        }
+        std::size_t equals = text.find('=');
+        if (inSection && equals != std::string_view::npos) {
+            visit(Trim(text.substr(0, equals)), Trim(text.substr(equals + 1)));
+        }
+    };
+}
+
+void ForEachIniEntry(std::string_view text, std::string_view section, IniVisitor visit) {
+    LineMaker lines(SectionLines(section, std::move(visit)));
+    lines.Start();
+    lines.Receive(ConstData(text));
+    lines.ReceiveEnd();
+}
+
+constexpr char kDefaultProgramPath[] = "/usr/local/bin:/usr/bin:/bin";
+
+// Subfolders of an applications folder are searched this deep, so that a
+// loop of folder links ends.
+constexpr int kDesktopFolderDepth = 8;
+
+// `name` in the folder if it is a program: a regular file someone may run.
+std::optional<FoundProgram> ExecutableFile(int folder, std::string path, char const* name) {
+    auto status = StatAt(folder, name);
+    if (!status || status->kind != FileKind::Regular || !status->executable) {
+        return std::nullopt;
+    }
+    return FoundProgram{std::move(path), *status};
+}
+
+// The escapes of a desktop-entry string value.
+std::string UndoStringEscapes(std::string_view text) {
+    std::string value;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        if (text[i] != '\\' || i + 1 == text.size()) {
+            value += text[i];
+            continue;
+        }
+        switch (char const next = text[++i]) {
+        case 's':
+            value += ' ';
+            break;
+        case 'n':
+            value += '\n';
+            break;
+        case 't':
+            value += '\t';
+            break;
+        case 'r':
+            value += '\r';
+            break;
+        case '\\':
+            value += '\\';
+            break;
+        default:
+            value += '\\';
+            value += next;
+        }
+    }
+    return value;
+}
+
+// A desktop entry file: its id, and its name in a folder held open.
+struct DesktopFile {
+    std::string id;
+    int folder;
+    std::string name;
+};
+
+// The ".desktop" files below `path`, each with its desktop file id (the path
+// below the applications folder with "/" read as "-"); `folders` keeps the
+// folders open. Opening the files relative to their folder spares a walk of
+// the whole path for each.
+void CollectDesktopFiles(std::string const& path, std::string const& idPrefix, int depth,
+                         std::vector<Descriptor>& folders, std::vector<DesktopFile>& files) {
+    Descriptor folder(::open(path.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+    if (depth == 0 || !folder.valid()) {
+        return;
+    }
+    int const at = folder.get();
+    folders.push_back(std::move(folder));
+    for (FolderEntry& entry : ListFolder(at, ".")) {
+        EntryType type = entry.type;
+        if (type == EntryType::Link || type == EntryType::Unknown) {
+            auto status = StatAt(at, entry.name.c_str());
+            type = !status                               ? EntryType::Other
+                   : status->kind == FileKind::Directory ? EntryType::Folder
+                   : status->kind == FileKind::Regular   ? EntryType::Regular
+                                                         : EntryType::Other;
+        }
+        if (type == EntryType::Folder) {
+            CollectDesktopFiles(path + "/" + entry.name, idPrefix + entry.name + "-", depth - 1,
+                                folders, files);
+        } else if (type == EntryType::Regular && entry.name.size() > 8 &&
+                   entry.name.ends_with(".desktop")) {
+            files.push_back({idPrefix + entry.name, at, std::move(entry.name)});
+        }
+    }
+}
+
+// The Name and program of an application's entry; none for an entry that
+// is hidden, no application, unreadable, or whose program is missing.
+std::optional<std::pair<std::string, FoundProgram>>
+ApplicationProgram(DesktopFile const& file, ProgramSearch const& search) {
+    Descriptor opened(::openat(file.folder, file.name.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+    auto text = opened.valid() ? ReadBounded(opened.get(), kLargestDesktopEntry) : std::nullopt;
+    if (!text) {
+        return std::nullopt;
+    }
+    DesktopEntry entry;
+    try {
+        entry = ReadDesktopEntry(*text);
+    } catch (MessageTooLong const&) {
+        return std::nullopt; // a line over the limit: not an entry this reader accepts
+    }
+    if (entry.hidden || entry.type != "Application" ||
+        (!entry.tryExec.empty() && !search.Find(UndoStringEscapes(entry.tryExec)))) {
+        return std::nullopt;
+    }
+    auto program = ExecProgram(entry.exec);
+    auto found = program ? search.Find(*program) : std::nullopt;
+    if (!found) {
+        return std::nullopt;
+    }
+    return std::make_pair(std::move(entry.name), std::move(*found));
+}
+
 } // namespace
 
 XdgSearchPaths XdgSearchPathsFromEnvironment() {
@@ -92,30 +242,132 @@ XdgSearchPaths XdgSearchPathsFromEnvironment() {
     return paths;
 }
 
+IniEntries IniSection(std::string_view text, std::string_view section) {
+    IniEntries entries;
+    ForEachIniEntry(text, section, [&](std::string_view key, std::string_view value) {
+        entries.emplace_back(key, value);
+    });
+    return entries;
+}
+
+IniEntries IniFileSection(std::string const& path, std::string_view section) {
+    IniEntries entries;
+    if (IsRegularFile(path)) {
+        LineMaker lines(SectionLines(section, [&](std::string_view key, std::string_view value) {
+            entries.emplace_back(key, value);
+        }));
+        ReadFile(path, lines);
+    }
+    return entries;
+}
+
 std::optional<std::string> IniValue(std::string const& path, std::string_view section,
                                     std::string_view key) {
-    if (!IsRegularFile(path)) {
-        return std::nullopt;
+    for (auto& [name, value] : IniFileSection(path, section)) {
+        if (name == key) {
+            return std::move(value);
+        }
     }
-    std::optional<std::string> found;
-    bool inSection = false;
-    LineMaker lines([&](ConstData line) {
-        std::string_view text = Trim(line.view());
-        if (found || text.empty() || text.front() == '#') {
-            return;
+    return std::nullopt;
+}
+
+DesktopEntry ReadDesktopEntry(std::string_view text) {
+    DesktopEntry entry;
+    std::string* const texts[] = {&entry.type, &entry.name, &entry.exec, &entry.tryExec};
+    bool* const truths[] = {&entry.hidden, &entry.noDisplay};
+    constexpr std::string_view kTextKeys[] = {"Type", "Name", "Exec", "TryExec"};
+    constexpr std::string_view kTruthKeys[] = {"Hidden", "NoDisplay"};
+    unsigned seen = 0; // one bit per key: the first value counts
+    ForEachIniEntry(text, "Desktop Entry", [&](std::string_view key, std::string_view value) {
+        for (unsigned i = 0; i < std::size(kTextKeys); ++i) {
+            if (key == kTextKeys[i] && !(seen & 1u << i)) {
+                seen |= 1u << i;
+                *texts[i] = value;
+            }
         }
-        if (text.front() == '[') {
-            inSection = text.size() == section.size() + 2 && text.back() == ']' &&
-                        text.substr(1, section.size()) == section;
-            return;
-        }
-        std::size_t equals = text.find('=');
-        if (inSection && equals != std::string_view::npos && Trim(text.substr(0, equals)) == key) {
-            found = std::string(Trim(text.substr(equals + 1)));
+        for (unsigned i = 0; i < std::size(kTruthKeys); ++i) {
+            unsigned const bit = 1u << (i + std::size(kTextKeys));
+            if (key == kTruthKeys[i] && !(seen & bit)) {
+                seen |= bit;
+                *truths[i] = value == "true";
+            }
         }
     });
-    ReadFile(path, lines);
-    return found;
+    return entry;
+}
+
+std::optional<std::string> ExecProgram(std::string_view exec) {
+    std::string const value = UndoStringEscapes(exec);
+    std::size_t const at = value.find_first_not_of(" \t");
+    if (at == std::string::npos) {
+        return std::nullopt;
+    }
+    if (value[at] != '"') {
+        return value.substr(at, value.find_first_of(" \t\n", at) - at);
+    }
+    std::string program;
+    for (std::size_t i = at + 1; i < value.size(); ++i) {
+        char c = value[i];
+        if (c == '"') {
+            return program.empty() ? std::nullopt : std::optional<std::string>(program);
+        }
+        if (c == '\\' && i + 1 < value.size()) {
+            c = value[++i];
+        }
+        program += c;
+    }
+    return std::nullopt; // the closing quote is missing
+}
+
+ProgramSearch::ProgramSearch() {
+    std::string const searched = Environment("PATH");
+    for (std::string& folder : Split(searched.empty() ? kDefaultProgramPath : searched, ':')) {
+        Descriptor opened(::open(folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+        if (folder.front() == '/' && opened.valid()) {
+            folders_.push_back({std::move(folder), std::move(opened)});
+        }
+    }
+}
+
+std::optional<FoundProgram> ProgramSearch::Find(std::string_view program) const {
+    if (program.empty()) {
+        return std::nullopt;
+    }
+    std::string const name(program);
+    if (program.front() == '/') {
+        return ExecutableFile(AT_FDCWD, name, name.c_str());
+    }
+    if (program.find('/') != std::string_view::npos) {
+        return std::nullopt;
+    }
+    for (auto const& [path, folder] : folders_) {
+        if (auto found = ExecutableFile(folder.get(), path + "/" + name, name.c_str())) {
+            return found;
+        }
+    }
+    return std::nullopt;
+}
+
+std::vector<InstalledApplication> InstalledApplications(XdgSearchPaths const& paths) {
+    std::vector<InstalledApplication> applications;
+    std::set<std::string> decided;
+    ProgramSearch const search;
+    for (std::string const& folder : paths.dataDirs) {
+        std::vector<Descriptor> folders;
+        std::vector<DesktopFile> files;
+        CollectDesktopFiles(folder + "/applications", "", kDesktopFolderDepth, folders, files);
+        std::sort(files.begin(), files.end(),
+                  [](DesktopFile const& a, DesktopFile const& b) { return a.id < b.id; });
+        for (DesktopFile const& file : files) {
+            if (!decided.insert(file.id).second) {
+                continue;
+            }
+            if (auto program = ApplicationProgram(file, search)) {
+                applications.push_back({file.id, program->first, std::move(program->second)});
+            }
+        }
+    }
+    return applications;
 }
 
 std::vector<std::string> MimeAppsLists(XdgSearchPaths const& paths) {

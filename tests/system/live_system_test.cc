@@ -1,12 +1,14 @@
 // The plug-in's system families on the machine the tests run on: every
 // answer is checked against what the system says when asked directly
-// (uname, /proc, getifaddrs), never against fixed values. Only a loopback
-// interface and a few processes are assumed.
+// (uname, /proc, getifaddrs, sysfs), never against fixed values. Only a
+// loopback interface and a few processes are assumed.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <arpa/inet.h>
 #include <cstdlib>
 #include <dirent.h>
+#include <filesystem>
 #include <fstream>
 #include <ifaddrs.h>
 #include <netinet/in.h>
@@ -17,6 +19,7 @@
 #include <vector>
 
 #include "evaluator/helpers.h"
+#include "tests/files/temp_tree.h"
 #include "tests/framework/loaded_plugin.h"
 #include "tests/system/ask.h"
 
@@ -63,6 +66,20 @@ std::size_t ProcessDirectories() {
     }
     closedir(proc);
     return count;
+}
+
+namespace fs = std::filesystem;
+
+// The subfolders (no links) of a folder, by name.
+std::vector<std::string> SortedFolders(fs::path const& folder) {
+    std::vector<std::string> names;
+    for (auto const& entry : fs::directory_iterator(folder)) {
+        if (entry.is_directory() && !entry.is_symlink()) {
+            names.push_back(entry.path().filename().string());
+        }
+    }
+    std::sort(names.begin(), names.end());
+    return names;
 }
 
 } // namespace
@@ -143,4 +160,62 @@ TEST_F(LiveSystem, ProcessesAgreeWithProc) {
     // Other processes may start and end meanwhile; the count stays close.
     EXPECT_GE(counted + 20, static_cast<long long>(std::min(before, after)));
     EXPECT_LE(counted, static_cast<long long>(std::max(before, after)) + 20);
+}
+
+TEST_F(LiveSystem, ServicePlaneIsSysDevices) {
+    fs::path const devices = "/sys/devices";
+    std::vector<std::string> const names = SortedFolders(devices);
+    EXPECT_EQ(Ask("names of nodes of service plane of iokit registry"), names);
+    EXPECT_EQ(Ask("names of nodes of node \"IOService:/\" of iokit registry"), names);
+    Answers classes;
+    for (std::string const& name : names) {
+        std::error_code none;
+        fs::path const subsystem = fs::read_symlink(devices / name / "subsystem", none);
+        classes.push_back(none ? "IOService" : subsystem.filename().string());
+    }
+    EXPECT_EQ(Ask("classnames of nodes of service plane of iokit registry"), classes);
+    EXPECT_EQ(Answer("exists node \"../../etc\" of service plane of iokit registry"), "False");
+}
+
+TEST_F(LiveSystem, EveryServiceNodeHasADictionary) {
+    std::size_t nodes = 0;
+    fs::path const devices = "/sys/devices";
+    auto const options = fs::directory_options::skip_permission_denied;
+    for (auto it = fs::recursive_directory_iterator(devices, options); it != fs::end(it); ++it) {
+        if (!it->is_directory() || it->is_symlink()) {
+            continue;
+        }
+        std::string const path = "IOService:/" + fs::relative(it->path(), devices).string();
+        std::string const keys =
+            Answer("number of keys of dictionary of node \"" + path + "\" of iokit registry");
+        EXPECT_FALSE(keys.empty()) << path;
+        ++nodes;
+    }
+    EXPECT_GT(nodes, 0u);
+}
+
+TEST_F(LiveSystem, FirmwareVersionIsDmisWithoutADeviceTree) {
+    if (fs::exists("/sys/firmware/devicetree/base")) {
+        GTEST_SKIP() << "this machine has a device tree";
+    }
+    std::string version = FileText("/sys/class/dmi/id/bios_version");
+    version.erase(version.find_last_not_of('\n') + 1);
+    if (version.empty()) {
+        EXPECT_EQ(Answer("exists version of bios"), "False");
+    } else {
+        EXPECT_EQ(Answer("version of bios"), version);
+        EXPECT_EQ(Answer("bios as string"), version);
+    }
+}
+
+TEST_F(LiveSystem, AnInstalledDesktopEntryIsAnApplication) {
+    TempTree data;
+    data.Write("applications/zor-live-test.desktop",
+               "[Desktop Entry]\nType=Application\nName=Zor Live Test\nExec=/bin/sh -c true\n");
+    setenv("XDG_DATA_HOME", data.Path().c_str(), 1); // no other test reads it
+    EXPECT_EQ(Answer("application \"Zor Live Test\""), "/bin/sh");
+    Answers const names = Ask("names of applications");
+    EXPECT_NE(std::find(names.begin(), names.end(), "sh"), names.end());
+    EXPECT_EQ(Answer("number of applications"), Answer("number of regapps"));
+    unsetenv("XDG_DATA_HOME");
 }
