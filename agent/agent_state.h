@@ -56,6 +56,7 @@ struct AgentSite {
     std::string displayName;
     std::vector<InspectorGroupData> groups;
     std::vector<AgentContentItem> content;
+    std::vector<std::size_t> relevant; // indexes of the relevant items of content
 };
 
 struct AgentSites {

@@ -79,21 +79,18 @@ FileLocation* SiteDataLocation(MakeChildLocation make, FileLocation const& advic
 }
 
 bool QuamelProperties(SiteMap const* map, InspectorQuamelData* data, bool relevantOnly) {
-    AgentSite const* site = FindSite([&](AgentSite const& s) { return s.map.get() == map; });
+    AgentSite const* site = SimulatedAgent::Current().SiteOf(map);
     if (!site)
         return false;
-    std::uint32_t seen = 0;
-    for (AgentContentItem const& item : site->content) {
-        if (relevantOnly && !item.relevant)
-            continue;
-        if (seen++ == data->ordinal) {
-            data->relevant = item.relevant;
-            data->id = item.id;
-            data->agentItem = &item;
-            return true;
-        }
-    }
-    return false;
+    std::size_t const count = relevantOnly ? site->relevant.size() : site->content.size();
+    if (data->ordinal >= count)
+        return false;
+    AgentContentItem const& item =
+        site->content[relevantOnly ? site->relevant[data->ordinal] : data->ordinal];
+    data->relevant = item.relevant;
+    data->id = item.id;
+    data->agentItem = &item;
+    return true;
 }
 
 std::string const* HeadersOf(InspectorQuamelData const* data) {
@@ -156,9 +153,12 @@ AgentApplicationUsage const* UsageOf(FileName const& name) {
     return found == usage->end() ? nullptr : &found->second;
 }
 
-// The events in order; the stream's position is how many were read.
+// The events in order; the stream's position is how many were read, and it
+// keeps the log found for the first event.
 bool NextAppEvent(FileName const& name, MeasureLoggerStream& stream) {
-    AgentApplicationUsage const* usage = UsageOf(name);
+    if (!stream.Log())
+        stream.SetLog(UsageOf(name));
+    auto const* usage = static_cast<AgentApplicationUsage const*>(stream.Log());
     if (!usage || stream.Position() >= usage->events.size())
         return false;
     stream.Advance(usage->events[stream.Position()]);
@@ -205,6 +205,11 @@ FileLocation const& SimulatedAgent::GlobalLocation() const {
     if (!globalLocation_)
         throw NoSuchObject();
     return *globalLocation_;
+}
+
+AgentSite const* SimulatedAgent::SiteOf(SiteMap const* map) const {
+    auto const found = sitesByMap_.find(map);
+    return found == sitesByMap_.end() ? nullptr : found->second;
 }
 
 FileLocation const& SimulatedAgent::SitesFolder() const {

@@ -103,6 +103,10 @@ SimulatedAgent::SimulatedAgent(AgentState state) : SimulatedAgent() {
         globalLocation_ = storage.Child("global");
         sitesFolder_ = storage.Child("sites");
     }
+    if (state_.sites && *state_.sites) {
+        for (AgentSite const& site : (**state_.sites).list)
+            sitesByMap_.emplace(site.map.get(), &site);
+    }
     if (!state_.actions || !*state_.actions) {
         return;
     }

@@ -55,6 +55,8 @@ public:
     // file gives the storage context no folder.
     MacintoshPlatform::FileLocation const& GlobalLocation() const;
     MacintoshPlatform::FileLocation const& SitesFolder() const;
+    // The agent's site whose record that is, or null.
+    AgentSite const* SiteOf(SiteMap const* map) const;
 
     AgentState const& State() const { return state_; }
     // The action with that id, or null.
@@ -71,6 +73,7 @@ private:
     std::vector<std::size_t> actionsWithParameters_; // record index by lookup number
     std::optional<MacintoshPlatform::FileLocation> globalLocation_;
     std::optional<MacintoshPlatform::FileLocation> sitesFolder_;
+    std::unordered_map<SiteMap const*, AgentSite const*> sitesByMap_;
 };
 
 // Each action with parameters needs one of a fixed set of lookup functions.

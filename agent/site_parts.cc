@@ -140,6 +140,10 @@ AgentSite ReadSite(Json const& value, KeyPath const& path) {
         site.groups = List(*groups, path.Key("groups"), ReadGroup);
     if (Json const* content = field("content"))
         site.content = List(*content, path.Key("content"), ReadContentItem);
+    for (std::size_t i = 0; i < site.content.size(); ++i) {
+        if (site.content[i].relevant)
+            site.relevant.push_back(i);
+    }
     return site;
 }
 

@@ -37,8 +37,12 @@ public:
     }
     // How many events the agent has read: its place in the log.
     std::uint64_t Position() const { return position_; }
+    // The agent's own handle on the log being read, kept between events.
+    void const* Log() const { return log_; }
+    void SetLog(void const* log) { log_ = log; }
 
 private:
     ExecutionEvent current_;
     std::uint64_t position_ = 0;
+    void const* log_ = nullptr;
 };

@@ -23,8 +23,8 @@ InspectorProcessTableContext const& ProcessTable() {
 }
 
 // The next event of the application, else NoSuchObject.
-ExecutionEvent const& NextEvent(inspector_string const& application, MeasureLoggerStream& stream) {
-    if (!ProcessTable().FindAppEvent(ExactFileName(AsConstData(application)), stream))
+ExecutionEvent const& NextEvent(FileName const& application, MeasureLoggerStream& stream) {
+    if (!ProcessTable().FindAppEvent(application, stream))
         throw NoSuchObject();
     return stream.Current();
 }
@@ -72,6 +72,7 @@ TimedValue<integer> CountOver(Instant from, Instant to, integer count) {
 
 TimedValue<integer> application_usage::First(inspector_string const& application) {
     RefuseDuringContentRelevance();
+    application_ = ExactFileName(AsConstData(application));
     count_ = 0;
     lastChange_ = Instant::Jan_1_1970_GMT();
     stream_.Reset();
@@ -81,9 +82,9 @@ TimedValue<integer> application_usage::First(inspector_string const& application
 // Reads on until an event closes an interval of constant count. The open
 // interval after the last event is never reported, and one closed by the end
 // of sampling always reports 0.
-TimedValue<integer> application_usage::Next(inspector_string const& application) {
+TimedValue<integer> application_usage::Next(inspector_string const&) {
     for (;;) {
-        ExecutionEvent const& event = NextEvent(application, stream_);
+        ExecutionEvent const& event = NextEvent(application_, stream_);
         Instant const from = lastChange_;
         switch (event.type) {
         case cStartSampling:
@@ -113,13 +114,13 @@ TimedValue<integer> application_usage::Next(inspector_string const& application)
 
 execution execution_app_iterator::First(inspector_string const& application) {
     RefuseDuringContentRelevance();
+    application_ = ExactFileName(AsConstData(application));
     stream_.Reset();
     return Next(application);
 }
 
-execution execution_app_iterator::Next(inspector_string const& application) {
-    ExecutionEvent const& event = NextEvent(application, stream_);
-    return execution{ExactFileName(AsConstData(application)), event};
+execution execution_app_iterator::Next(inspector_string const&) {
+    return execution{application_, NextEvent(application_, stream_)};
 }
 
 ApplicationUsageSummary ApplicationUsageSummaryOf(inspector_string const& application) {

@@ -41,6 +41,7 @@ public:
     TimedValue<integer> Next(inspector_string const& application);
 
 private:
+    FileName application_;
     MeasureLoggerStream stream_;
     std::int32_t count_ = 0;
     Instant lastChange_ = Instant::Jan_1_1970_GMT();
@@ -52,6 +53,7 @@ public:
     execution Next(inspector_string const& application);
 
 private:
+    FileName application_;
     MeasureLoggerStream stream_;
 };
 
