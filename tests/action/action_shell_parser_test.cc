@@ -21,8 +21,10 @@ public:
     }
 
     // Runs script the way a host does and returns the lines it would execute.
-    Lines Run(std::string const& text) {
-        Stringy script(text);
+    // The view form keeps long scripts linear; the Stringy form copies the
+    // rest per line.
+    template <class Text = Stringy> Lines Run(std::string const& text) {
+        Text script(text);
         Lines executed;
         std::uint16_t lines = 0;
         while (GetCommand(script)) {
@@ -49,6 +51,13 @@ std::string Fault(std::string const& text) {
         return std::to_string(error.GetLineNumber()) + ": " + GetActionSyntaxErrorString();
     }
     return "none";
+}
+
+std::string Repeat(std::string const& piece, std::size_t times) {
+    std::string text;
+    for (std::size_t i = 0; i < times; ++i)
+        text += piece;
+    return text;
 }
 
 } // namespace
@@ -282,4 +291,37 @@ TEST(ErrorStrings, RemainingTexts) {
         EXPECT_EQ(GetActionSyntaxErrorString(), "Unknown ActionSyntaxError.");
     }
     EXPECT_EQ(GetActionSyntaxErrorString(), "Unknown ActionSyntaxError.");
+}
+
+// NUL bytes are ordinary bytes in command lines, but GetLine never reads past
+// one, so a createfile body whose delimiter lies beyond a NUL has no readable end.
+TEST(BadInput, NulBytes) {
+    std::string const script("delete a\0b\nrun x\0\n", 18);
+    EXPECT_EQ(ActionShellParser::GetNumberOfActionLines(script), 2);
+    Lines lines;
+    ActionShellParser::BuildCommandLineList(script, lines);
+    ASSERT_EQ(lines.size(), 2u);
+    EXPECT_EQ(lines[0], std::string("delete a\0b", 10));
+    // A NUL where a keyword should be is no command.
+    EXPECT_EQ(Fault(std::string("\0delete", 7)), "1: Unknown action command.");
+    std::string const body("createfile until END\nab\0END\ndelete x", 36);
+    EXPECT_THROW(ActionShellParser::BuildCommandLineList(body, lines),
+                 MissingCreateFileEndDelimiter);
+    EXPECT_THROW(ScriptedParser().Run<ConstData>(body), MissingCreateFileEndDelimiter);
+    EXPECT_EQ(Fault(body), "2: Non-specific syntax error.");
+}
+
+TEST(BadInput, MegabyteLinesAndDeepNesting) {
+    std::string const longWord(1 << 20, 'x');
+    Lines lines;
+    ActionShellParser::BuildCommandLineList("delete " + longWord + "\r\nrun y", lines);
+    EXPECT_EQ(lines, (Lines{"delete " + longWord, "run y"}));
+    constexpr std::size_t kDepth = 100000;
+    std::string const balanced =
+        Repeat("if true\n", kDepth) + "run deep\n" + Repeat("endif\n", kDepth);
+    EXPECT_EQ(ScriptedParser().Run<ConstData>(balanced), Lines{"run|deep"});
+    // The line counter is 16 bits wide and wraps on such long scripts.
+    EXPECT_EQ(ActionShellParser::GetNumberOfActionLines(balanced),
+              static_cast<std::uint16_t>(2 * kDepth + 1));
+    EXPECT_THROW(ScriptedParser().Run<ConstData>(Repeat("if true\n", kDepth)), MissingEndif);
 }
