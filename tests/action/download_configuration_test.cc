@@ -62,16 +62,14 @@ TEST_F(DownloadConfigurationTest, MultipleSourcesGoHashThenNumberThenDirect) {
     config.SetCheckHash(false);
     config.SetDirect(false);
     EXPECT_EQ(AllSources(config, "abc"), Sources{"http://mirror/3/7"});
-}
-
-TEST_F(DownloadConfigurationTest, NoMirrorAndNotDirectGivesNothing) {
-    DownloadConfiguration config;
-    config.SetSingleSource(false);
-    config.SetCheckHash(true);
-    EXPECT_EQ(AllSources(config, "abc"), Sources{});
-    config.SetDirect(true);
-    config.ResetSourceList();
-    EXPECT_EQ(AllSources(config, "abc"), Sources{"http://origin/f.zip"});
+    // Without a mirror only the direct source is left.
+    DownloadConfiguration noMirror;
+    noMirror.SetSingleSource(false);
+    noMirror.SetCheckHash(true);
+    EXPECT_EQ(AllSources(noMirror, "abc"), Sources{});
+    noMirror.SetDirect(true);
+    noMirror.ResetSourceList();
+    EXPECT_EQ(AllSources(noMirror, "abc"), Sources{"http://origin/f.zip"});
 }
 
 TEST_F(DownloadConfigurationTest, RedirectionRewritesOnlyPlainHttpOnTheSourcePort) {

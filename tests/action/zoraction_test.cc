@@ -6,6 +6,7 @@
 
 #include <cstdio>
 #include <fstream>
+#include <regex>
 #include <string>
 #include <utility>
 #include <vector>
@@ -14,7 +15,7 @@ namespace {
 
 constexpr char const* kDigest = "0123456789abcdef0123456789abcdef01234567";
 
-// A script in LF form; Convert gives its other line-end styles.
+// A script in LF form.
 std::string SampleScript() {
     return std::string("// install the tool\n"
                        "prefetch tool.pkg sha1:") +
@@ -31,17 +32,6 @@ std::string SampleScript() {
            "  continue if {size of file \"extra.zip\" = 10}\n"
            "endif\n"
            "notify client ForceRefresh\n";
-}
-
-std::string Convert(std::string const& lf, std::string const& ending) {
-    std::string converted;
-    for (char c : lf) {
-        if (c == '\n')
-            converted += ending;
-        else
-            converted += c;
-    }
-    return converted;
 }
 
 struct Outcome {
@@ -83,7 +73,9 @@ TEST(ActionCheck, ReportsCountsVersionLinesAndDownloads) {
     EXPECT_FALSE(json.contains("downloads"));
     ReportParts const all{true, true};
     for (char const* ending : {"\r\n", "\r"}) {
-        EXPECT_EQ(FormatJson(CheckActionScript(Convert(SampleScript(), ending)), all),
+        EXPECT_EQ(FormatJson(CheckActionScript(
+                                 std::regex_replace(SampleScript(), std::regex("\n"), ending)),
+                             all),
                   FormatJson(check, all))
             << "line end " << int(ending[1]);
     }
