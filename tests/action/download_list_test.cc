@@ -15,39 +15,44 @@ std::string Describe(DownloadFileInfo const& info) {
            info.hashValue.str() + "|" + info.size.str() + "|" + (info.required ? "req" : "opt");
 }
 
-struct Built {
-    bool any = false;
-    std::vector<std::string> entries;
-    std::string version;
-};
-
-Built Build(std::string const& script) {
-    MirrorDownloadActionParser parser;
-    DownloadList list;
-    list.Add("1, sha1:x, http://stale"); // must be reset away
-    WinVersion version{{9, 9, 9, 9}, 4};
-    Built built;
-    built.any = parser.BuildMirrorDownloadList(Stringy(script), list, version);
-    for (std::size_t i = 0; i < list.GetCount(); ++i)
-        built.entries.push_back(Describe(list.GetDownloadFileInfo(i)));
-    built.version = version.AsString();
-    return built;
-}
-
 using Entries = std::vector<std::string>;
-
-constexpr char const* kDigest = "0123456789abcdef0123456789abcdef01234567";
 
 // Records the parameter lines the host would execute.
 class ParameterRecorder : public MirrorDownloadActionParser {
 public:
-    std::vector<std::string> parameters;
+    Entries executed;
 
 protected:
     void ParameterCommand(Stringy const& arguments) override {
-        parameters.push_back(arguments.str());
+        executed.push_back("parameter " + arguments.str());
     }
 };
+
+// The parameter lines script executes, then its downloads as entries.
+Entries Build(std::string const& script, WinVersion& version) {
+    ParameterRecorder parser;
+    DownloadList list;
+    list.Add("1, sha1:x, http://stale"); // must be reset away
+    bool const any = parser.BuildMirrorDownloadList(Stringy(script), list, version);
+    EXPECT_EQ(any, list.GetCount() > 0) << script;
+    for (std::size_t i = 0; i < list.GetCount(); ++i)
+        parser.executed.push_back(Describe(list.GetDownloadFileInfo(i)));
+    return parser.executed;
+}
+
+Entries Build(std::string const& script) {
+    WinVersion version;
+    return Build(script, version);
+}
+
+std::string Repeat(std::string const& piece, std::size_t times) {
+    std::string text;
+    for (std::size_t i = 0; i < times; ++i)
+        text += piece;
+    return text;
+}
+
+constexpr char const* kDigest = "0123456789abcdef0123456789abcdef01234567";
 
 } // namespace
 
@@ -101,6 +106,10 @@ TEST(InsureGoodName, AcceptsShortPlainNamesOnly) {
         EXPECT_THROW(parser.InsureGoodName(bad), DownloadNameError) << bad;
 }
 
+// In a false branch a createfile body is skipped by the block control and
+// then once more up to the next delimiter; hosts list downloads this way.
+// Download arguments end at a NUL, as the tokenizer reads C strings; quote-
+// and bracket-heavy lines and deep nesting stay linear.
 TEST(BuildMirrorDownloadList, ListsEachDownloadWithItsHashAndSize) {
     std::string const full =
         std::string("setup.pkg|http://s/setup.pkg|sha1|") + kDigest + "|1048576|req";
@@ -127,54 +136,26 @@ TEST(BuildMirrorDownloadList, ListsEachDownloadWithItsHashAndSize) {
              // A continue if in a false branch still fills the pending download.
              {"download http://s/a\nif x\nelse\ncontinue if {size of file = 3}\nendif\n",
               {"a|http://s/a|sha1||3|req"}},
-         }) {
-        Built const built = Build(script);
-        EXPECT_EQ(built.any, !entries.empty()) << script;
-        EXPECT_EQ(built.entries, entries) << script;
+             {"if x\nelse\ncreatefile until //end\nbody\n//end\ndownload http://s/hidden\n//end\n"
+              "endif\ndownload http://s/seen\n",
+              {"seen|http://s/seen|sha1|||req"}},
+             {"parameter \"a\"=\"1\"\nif x\nelse\nparameter \"b\"=\"2\"\nendif",
+              {"parameter \"a\"=\"1\""}},
+             {std::string("download \0http://s/a", 20), {}},
+             {"download " + Repeat("\"a\" ", 1 << 18) + "\n", {"a|a|sha1|||req"}},
+             {"download http://s/a\ncontinue if " + Repeat("{(x ", 1 << 18) + "size = 5)}\n",
+              {"a|http://s/a|sha1||5|req"}},
+             {Repeat("if true\n", 100000) + "download http://s/deep\n" + Repeat("endif\n", 100000),
+              {"deep|http://s/deep|sha1|||req"}}}) {
+        EXPECT_EQ(Build(script), entries) << script.substr(0, 100);
     }
     // The list's version is replaced by the script's highest minimum.
-    EXPECT_EQ(Build("delete a\nnotify client\n").version, "6.0.14.0");
+    WinVersion version{{9, 9, 9, 9}, 4};
+    Build("delete a\nnotify client\n", version);
+    EXPECT_EQ(version.AsString(), "6.0.14.0");
 }
 
 // The prefetch faults reach zoraction's report, whose tests check them.
 TEST(BuildMirrorDownloadList, PendingDownloadNameIsChecked) {
     EXPECT_THROW(Build("download as .x http://s/a"), DownloadNameError);
-}
-
-// In a false branch the createfile body is skipped by the block control and
-// then once more up to the next delimiter; hosts list downloads this way.
-TEST(BuildMirrorDownloadList, CreateFileInFalseBranchIsSkippedTwice) {
-    std::string const script = "if x\nelse\ncreatefile until //end\nbody\n//end\n"
-                               "download http://s/hidden\n//end\nendif\ndownload http://s/seen\n";
-    Built const built = Build(script);
-    EXPECT_EQ(built.entries, Entries{"seen|http://s/seen|sha1|||req"});
-}
-
-TEST(BuildMirrorDownloadList, ParameterLinesReachTheHostOnlyInTrueBlocks) {
-    ParameterRecorder parser;
-    DownloadList list;
-    WinVersion version;
-    EXPECT_FALSE(parser.BuildMirrorDownloadList(
-        "parameter \"a\"=\"1\"\nif x\nelse\nparameter \"b\"=\"2\"\nendif", list, version));
-    EXPECT_EQ(parser.parameters, std::vector<std::string>{"\"a\"=\"1\""});
-}
-
-// Download arguments end at a NUL, as the tokenizer reads C strings; quote-
-// and bracket-heavy lines and deep nesting stay linear.
-TEST(BuildMirrorDownloadList, HostileScripts) {
-    auto repeat = [](std::string const& piece, std::size_t times) {
-        std::string text;
-        for (std::size_t i = 0; i < times; ++i)
-            text += piece;
-        return text;
-    };
-    EXPECT_EQ(Build(std::string("download \0http://s/a", 20)).entries, Entries{});
-    EXPECT_EQ(Build("download " + repeat("\"a\" ", 1 << 18) + "\n").entries.size(), 1u);
-    EXPECT_EQ(Build("download http://s/a\ncontinue if " + repeat("{(x ", 1 << 18) + "size = 5)}\n")
-                  .entries.size(),
-              1u);
-    EXPECT_EQ(
-        Build(repeat("if true\n", 100000) + "download http://s/deep\n" + repeat("endif\n", 100000))
-            .entries,
-        Entries{"deep|http://s/deep|sha1|||req"});
 }
