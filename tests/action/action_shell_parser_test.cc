@@ -31,7 +31,8 @@ public:
             bool isDownload = false;
             if (ProcessBlockControl(script, lines, isDownload))
                 continue;
-            executed.push_back(std::string(GetCommandName()) + "|" + GetCurrentArguments().str());
+            executed.push_back(GetCommandName() + std::string(isDownload ? "*|" : "|") +
+                               GetCurrentArguments().str());
             if (GetCurrentCommand() == cCreateFileUntil)
                 SkipCreateFile(script, lines);
         }
@@ -43,14 +44,22 @@ public:
     Lines asked;
 };
 
-// The fault a host meets running text, as "line: message".
-std::string Fault(std::string const& text) {
+// What a host does with text: the lines it executes ("*" marks a download)
+// and, after "?", the conditions it asks; or the fault it meets as
+// "line: message".
+std::string Trace(std::string const& text) {
+    ScriptedParser parser;
+    std::string trace;
     try {
-        ScriptedParser().Run(text);
+        for (std::string const& line : parser.Run(text))
+            trace += line + "; ";
     } catch (ActionSyntaxError const& error) {
         return std::to_string(error.GetLineNumber()) + ": " + GetActionSyntaxErrorString();
     }
-    return "none";
+    trace += "?";
+    for (std::string const& condition : parser.asked)
+        trace += " " + condition;
+    return trace;
 }
 
 std::string Repeat(std::string const& piece, std::size_t times) {
@@ -152,47 +161,25 @@ TEST(GetLine, TakesOnePhysicalLineWithAnyLineEndAndStopsAtNul) {
     }
 }
 
-// Each script's executed lines and the conditions asked, in order. Nothing
-// inside a false block runs or is evaluated, createfile bodies included.
-TEST(BlockControl, TakesExactlyOneBranchAndAsksOnlyWhatIsNeeded) {
-    struct Case {
-        char const* script;
-        Lines executed;
-        Lines asked;
-    };
-    for (Case const& c : std::vector<Case>{
+// Exactly one branch runs and only the conditions needed are asked; nothing
+// inside a false block runs or is evaluated, createfile bodies included. The
+// text after a createfile body is not trimmed, so a blank line after a final
+// body is a line of white space, which is no command.
+TEST(BlockControl, TracesAndFaults) {
+    for (auto const& [script, trace] : std::vector<std::pair<std::string, std::string>>{
              {"if true\nrun a\nelseif true\nrun b\nelse\nrun c\nendif\nrun d",
-              {"run|a", "run|d"},
-              {"true"}},
+              "run|a; run|d; ? true"},
              {"if false\nrun a\nelseif true\nrun b\nelse\nrun c\nendif\nrun d",
-              {"run|b", "run|d"},
-              {"false", "true"}},
+              "run|b; run|d; ? false true"},
              {"if false\nrun a\nelseif false\nrun b\nelse\nrun c\nendif\nrun d",
-              {"run|c", "run|d"},
-              {"false", "false"}},
+              "run|c; run|d; ? false false"},
              {"if false\nif true\nrun a\nelse\nrun b\nendif\nelseif inner\nrun c\nelse\nrun "
               "d\nendif",
-              {"run|d"},
-              {"false", "inner"}},
-             {"if false\nif false\nelse\nrun x\nendif\nendif\nrun y", {"run|y"}, {"false"}},
-             {"if false\ncreatefile until EOF\nnot a command\nEOF\nendif\nrun x",
-              {"run|x"},
-              {"false"}},
+              "run|d; ? false inner"},
+             {"if false\nif false\nelse\nrun x\nendif\nendif\nrun y", "run|y; ? false"},
+             {"if false\ncreatefile until EOF\nnot a command\nEOF\nendif\nrun x", "run|x; ? false"},
              {"createfile until END\r\n  delete inside\r\nxxENDxx\r\nrun after",
-              {"createfile until|END", "run|after"},
-              {}},
-         }) {
-        ScriptedParser parser;
-        EXPECT_EQ(parser.Run(c.script), c.executed) << c.script;
-        EXPECT_EQ(parser.asked, c.asked) << c.script;
-    }
-}
-
-// Each fault is reported with the line it was met on and its exact text.
-// The text after a createfile body is not trimmed, so a blank line after a
-// final body is a line of white space, which is no command.
-TEST(Faults, EachIsReportedWithItsLineAndText) {
-    for (auto const& [script, fault] : std::vector<std::pair<std::string, std::string>>{
+              "createfile until|END; run|after; ?"},
              {"delete a\nelseif x", "2: ElseIf encountered without If."},
              {"else", "1: Else encountered without If."},
              {"if true\nendif\nendif", "3: Endif encountered without If."},
@@ -206,28 +193,16 @@ TEST(Faults, EachIsReportedWithItsLineAndText) {
              {"createfile until END\nbody\nend", "1: Missing 'createfile until' end delimiter."},
              {"createfile until END", "1: Missing 'createfile until' end delimiter."},
              {"createfile until", "1: Missing 'createfile until' end delimiter."},
-             {"if true\nendif", "none"}}) {
-        EXPECT_EQ(Fault(script), fault) << script;
+             {"download http://x/a", "download*|http://x/a; ?"},
+             {"download save open http://x/a", "download*|save open http://x/a; ?"},
+             {"download now http://x/a", "download|now http://x/a; ?"},
+             {"download save now http://x/a", "download|save now http://x/a; ?"},
+             {"download \"now\"x http://x/a", "download*|\"now\"x http://x/a; ?"},
+             {"download as a http://x/a", "download as*|a http://x/a; ?"},
+             {"prefetch a sha1:1 size:1 http://x/a", "prefetch*|a sha1:1 size:1 http://x/a; ?"},
+             {"download now as a http://x/a", "download now as|a http://x/a; ?"}}) {
+        EXPECT_EQ(Trace(script), trace) << script;
     }
-}
-
-TEST(BlockControl, DownloadLinesAreRecognised) {
-    auto isDownload = [](char const* line) {
-        ActionShellParser parser;
-        Stringy script(line);
-        parser.GetCommand(script);
-        std::uint16_t lines = 0;
-        bool download = false;
-        EXPECT_FALSE(parser.ProcessBlockControl(script, lines, download));
-        return download;
-    };
-    for (char const* line :
-         {"download http://x/a", "download save open http://x/a", "download \"now\"x http://x/a",
-          "download as a http://x/a", "prefetch a sha1:1 size:1 http://x/a"})
-        EXPECT_TRUE(isDownload(line)) << line;
-    for (char const* line : {"download now http://x/a", "download save now http://x/a",
-                             "download now as a http://x/a", "delete a"})
-        EXPECT_FALSE(isDownload(line)) << line;
 }
 
 TEST(CreateFile, BodyKeepsLeadingBlanksAndQuotedDelimiters) {
@@ -298,12 +273,12 @@ TEST(BadInput, NulBytes) {
     ASSERT_EQ(lines.size(), 2u);
     EXPECT_EQ(lines[0], std::string("delete a\0b", 10));
     // A NUL where a keyword should be is no command.
-    EXPECT_EQ(Fault(std::string("\0delete", 7)), "1: Unknown action command.");
+    EXPECT_EQ(Trace(std::string("\0delete", 7)), "1: Unknown action command.");
     std::string const body("createfile until END\nab\0END\ndelete x", 36);
     EXPECT_THROW(ActionShellParser::BuildCommandLineList(body, lines),
                  MissingCreateFileEndDelimiter);
     EXPECT_THROW(ScriptedParser().Run<ConstData>(body), MissingCreateFileEndDelimiter);
-    EXPECT_EQ(Fault(body), "2: Non-specific syntax error.");
+    EXPECT_EQ(Trace(body), "2: Non-specific syntax error.");
 }
 
 TEST(BadInput, MegabyteLinesAndDeepNesting) {
