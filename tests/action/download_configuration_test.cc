@@ -72,6 +72,7 @@ TEST_F(DownloadConfigurationTest, MultipleSourcesGoHashThenNumberThenDirect) {
     EXPECT_EQ(AllSources(noMirror, "abc"), Sources{"http://origin/f.zip"});
 }
 
+// The long port is 2^64 + 80, which would match if the number wrapped.
 TEST_F(DownloadConfigurationTest, RedirectionRewritesOnlyPlainHttpOnTheSourcePort) {
     char const* const kept[] = {"http://h:80",
                                 "https://h:80/p",
@@ -79,7 +80,7 @@ TEST_F(DownloadConfigurationTest, RedirectionRewritesOnlyPlainHttpOnTheSourcePor
                                 "http://h:8080/p",
                                 "http://h/p:80/",
                                 "http://h",
-                                "http://h:99999999999999999999999980/p"};
+                                "http://h:18446744073709551696/p"};
     EXPECT_EQ(Transform("http://h:80/p"), "http://h:80/p"); // rule off
     DownloadConfiguration::SetPortRedirectionTunnel(80, 443);
     EXPECT_EQ(Transform("http://h:80/p/q?x=1"), "https://h:443/p/q?x=1");
