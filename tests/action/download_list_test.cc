@@ -86,7 +86,7 @@ TEST(DownloadList, CountsFlagsAndRequiredEntries) {
     EXPECT_FALSE(list.AnyRequired(2));
     EXPECT_TRUE(list.SingleDownloadLessThan(100));
     EXPECT_FALSE(list.SingleDownloadLessThan(99));
-    list.Add(DownloadFileInfo("u3", "size:null", "sha1:c", "", true));
+    list.Add(DownloadFileInfo("u3", "size:1", "sha1:c", "", true));
     EXPECT_FALSE(list.SingleDownloadLessThan(1000)); // two required
     list.SetFlags(5);
     list.Reset();
@@ -124,7 +124,7 @@ TEST(BuildMirrorDownloadList, ListsEachDownloadWithItsHashAndSize) {
                   kDigest + "\")}\n",
               {full}},
              {"download as f.bin http://s/x\n"
-              "continue if {sha1 of file \"f.bin\" IS \"ab\" AND size of file "
+              "continue if {SHA1 of file \"f.bin\" IS \"ab\" AND size of file "
               "\"f.bin\" equals 7}\n",
               {"f.bin|http://s/x|sha1|ab|7|req"}},
              {"download save http://s/a\ndownload open http://s/b\n",
