@@ -27,6 +27,7 @@ void BuildList(std::string const& script) {
         Require(parser.BuildMirrorDownloadList(Stringy(script), list, version) ==
                 (list.GetCount() > 0));
     } catch (ActionSyntaxError const&) {
+        Require(GetActionSyntaxErrorString() != "Unknown ActionSyntaxError.");
         return;
     }
     for (std::size_t i = 0; i < list.GetCount(); ++i) {

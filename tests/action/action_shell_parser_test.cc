@@ -21,41 +21,52 @@ public:
     }
 
     // Runs script the way a host does and returns the lines it would execute.
-    Lines Run(std::string const& text) {
-        Stringy script(text);
+    // The view form keeps long scripts linear; the Stringy form copies the
+    // rest per line.
+    template <class Text = Stringy> Lines Run(std::string const& text) {
+        Text script(text);
         Lines executed;
         std::uint16_t lines = 0;
         while (GetCommand(script)) {
             bool isDownload = false;
             if (ProcessBlockControl(script, lines, isDownload))
                 continue;
-            executed.push_back(std::string(GetCommandName()) + "|" + GetCurrentArguments().str());
+            executed.push_back(GetCommandName() + std::string(isDownload ? "*|" : "|") +
+                               GetCurrentArguments().str());
             if (GetCurrentCommand() == cCreateFileUntil)
                 SkipCreateFile(script, lines);
         }
+        if (!GetBlockList().empty())
+            throw MissingEndif(GetLineCounter());
         return executed;
     }
 
     Lines asked;
 };
 
-// Recognises the first command of text; returns its code.
-std::int32_t CodeOf(std::string const& text) {
-    ActionShellParser parser;
-    Stringy script(text);
-    parser.GetCommand(script);
-    return parser.GetCurrentCommand();
+// What a host does with text: the lines it executes ("*" marks a download)
+// and, after "?", the conditions it asks; or the fault it meets as
+// "line: message".
+std::string Trace(std::string const& text) {
+    ScriptedParser parser;
+    std::string trace;
+    try {
+        for (std::string const& line : parser.Run(text))
+            trace += line + "; ";
+    } catch (ActionSyntaxError const& error) {
+        return std::to_string(error.GetLineNumber()) + ": " + GetActionSyntaxErrorString();
+    }
+    trace += "?";
+    for (std::string const& condition : parser.asked)
+        trace += " " + condition;
+    return trace;
 }
 
-template <class Error> std::uint16_t ThrownLine(std::string const& text) {
-    ScriptedParser parser;
-    try {
-        parser.Run(text);
-    } catch (Error const& error) {
-        return error.GetLineNumber();
-    }
-    ADD_FAILURE() << "no exception for: " << text;
-    return 0;
+std::string Repeat(std::string const& piece, std::size_t times) {
+    std::string text;
+    for (std::size_t i = 0; i < times; ++i)
+        text += piece;
+    return text;
 }
 
 } // namespace
@@ -63,31 +74,28 @@ template <class Error> std::uint16_t ThrownLine(std::string const& text) {
 TEST(CommandTable, NoKeywordIsHiddenBehindAnEarlierPrefix) {
     auto const& table = ActionShellParser::commandTable;
     for (std::size_t later = 0; later < ActionShellParser::NumCommands; ++later) {
-        for (std::size_t earlier = 0; earlier < later; ++earlier) {
+        for (std::size_t earlier = 0; earlier < later; ++earlier)
             EXPECT_NE(std::strncmp(table[later].name, table[earlier].name,
                                    std::strlen(table[earlier].name)),
                       0)
                 << table[later].name << " is shadowed by " << table[earlier].name;
-        }
     }
 }
 
 TEST(GetCommand, MatchesTheFirstRowThatPrefixesTheLineIgnoringCase) {
-    EXPECT_EQ(CodeOf("IF x"), 54);
-    EXPECT_EQ(CodeOf("if x"), 54);
-    EXPECT_EQ(CodeOf("ifx"), 54);
-    EXPECT_EQ(CodeOf("Regset64 \"k\""), 66);
-    EXPECT_EQ(CodeOf("regset \"k\""), 4);
-    EXPECT_EQ(CodeOf("setting delete a"), 41);
-    EXPECT_EQ(CodeOf("setting a"), 40);
-    EXPECT_EQ(CodeOf("copyfile a b"), 2);
-    EXPECT_EQ(CodeOf("download now as a b"), 53);
-    EXPECT_EQ(CodeOf("DOWNLOAD AS a b"), 52);
-    EXPECT_EQ(CodeOf("download http://x"), 17);
-    EXPECT_EQ(CodeOf("rundetached x"), 46);
-    EXPECT_EQ(CodeOf("elseif x"), 55);
-    EXPECT_EQ(CodeOf("// note"), 29);
-    EXPECT_EQ(CodeOf("  \t\r\n  delete x"), 1);
+    auto code = [](char const* text) {
+        ActionShellParser parser;
+        Stringy script(text);
+        parser.GetCommand(script);
+        return parser.GetCurrentCommand();
+    };
+    EXPECT_EQ(
+        (std::vector<std::int32_t>{
+            code("IF x"), code("ifx"), code("Regset64 \"k\""), code("regset \"k\""),
+            code("setting delete a"), code("setting a"), code("copyfile a b"),
+            code("download now as a b"), code("DOWNLOAD AS a b"), code("download http://x"),
+            code("rundetached x"), code("elseif x"), code("// note"), code("  \t\r\n  delete x")}),
+        (std::vector<std::int32_t>{54, 54, 66, 4, 41, 40, 2, 53, 52, 17, 46, 55, 29, 1}));
 }
 
 TEST(GetCommand, SplitsArgumentsAndAdvancesPastBlankLines) {
@@ -97,14 +105,10 @@ TEST(GetCommand, SplitsArgumentsAndAdvancesPastBlankLines) {
     // Exactly one blank after the keyword is dropped.
     EXPECT_EQ(parser.GetCurrentArguments().str(), " two blanks");
     EXPECT_EQ(script.str(), "copy a b\rmove\nrun x");
-    ASSERT_TRUE(parser.GetCommand(script));
-    EXPECT_EQ(parser.GetCurrentArguments().str(), "a b");
-    ASSERT_TRUE(parser.GetCommand(script));
+    ASSERT_TRUE(parser.GetCommand(script) && parser.GetCommand(script));
     EXPECT_STREQ(parser.GetCommandName(), "move");
     EXPECT_EQ(parser.GetCurrentArguments().str(), "");
     ASSERT_TRUE(parser.GetCommand(script));
-    EXPECT_EQ(parser.GetLineCounter(), 4);
-    EXPECT_TRUE(script.empty());
     EXPECT_FALSE(parser.GetCommand(script));
     EXPECT_EQ(parser.GetCurrentCommand(), 0);
     EXPECT_STREQ(parser.GetCommandName(), "unknown");
@@ -118,23 +122,13 @@ TEST(GetCommand, UnknownCommandSearchesOnlyForCarriageReturn) {
     Stringy script("bogus line\r\ndelete x");
     EXPECT_THROW(parser.GetCommand(script), UnknownCommand);
     EXPECT_EQ(parser.GetCurrentArguments().str(), "bogus lin");
-    EXPECT_EQ(parser.GetCurrentCommand(), 0);
     EXPECT_EQ(script.str(), "delete x");
     EXPECT_TRUE(parser.GetCommand(script));
     EXPECT_EQ(parser.GetLineCounter(), 2);
-
-    ActionShellParser lfOnly;
     Stringy rest("bogus\ndelete x\ndelete y");
-    EXPECT_THROW(lfOnly.GetCommand(rest), UnknownCommand);
-    EXPECT_EQ(lfOnly.GetCurrentArguments().str(), "bogus\ndelete x\ndelete y");
+    EXPECT_THROW(parser.GetCommand(rest), UnknownCommand);
+    EXPECT_EQ(parser.GetCurrentArguments().str(), "bogus\ndelete x\ndelete y");
     EXPECT_TRUE(rest.empty());
-
-    // A remainder of only white space is not empty, so it is read as a
-    // command line and matches no keyword.
-    Stringy blank(" \n ");
-    EXPECT_THROW(ActionShellParser().GetCommand(blank), UnknownCommand);
-    EXPECT_TRUE(blank.empty());
-    EXPECT_EQ(ThrownLine<UnknownCommand>("delete a\ncopy b c\nfrobnicate\n"), 3);
 }
 
 TEST(GetCommand, RequiredVersionIsTheHighestMinimum) {
@@ -157,7 +151,6 @@ TEST(GetLine, TakesOnePhysicalLineWithAnyLineEndAndStopsAtNul) {
         lines.push_back(line.str());
     EXPECT_EQ(lines, (Lines{"a", "b", "c", "d", "", "e"}));
     EXPECT_EQ(parser.GetLineCounter(), 6);
-
     // The NUL is never consumed, so each later call gives an empty line.
     std::string const bytes("ab\0cd", 5);
     ConstData withNul(bytes);
@@ -168,75 +161,48 @@ TEST(GetLine, TakesOnePhysicalLineWithAnyLineEndAndStopsAtNul) {
     }
 }
 
-TEST(BlockControl, IfElseifElseTakeExactlyOneBranchAndAskOnlyWhatIsNeeded) {
-    struct Case {
-        char const* first;
-        char const* second;
-        Lines executed;
-        Lines asked;
-    };
-    for (Case const& c : {Case{"true", "true", {"run|a", "run|d"}, {"true"}},
-                          Case{"false", "true", {"run|b", "run|d"}, {"false", "true"}},
-                          Case{"false", "false", {"run|c", "run|d"}, {"false", "false"}}}) {
-        ScriptedParser parser;
-        EXPECT_EQ(parser.Run(std::string("if ") + c.first + "\nrun a\nelseif " + c.second +
-                             "\nrun b\nelse\nrun c\nendif\nrun d"),
-                  c.executed);
-        EXPECT_EQ(parser.asked, c.asked);
-        EXPECT_TRUE(parser.GetBlockList().empty());
+// Exactly one branch runs and only the conditions needed are asked; nothing
+// inside a false block runs or is evaluated, createfile bodies included. The
+// text after a createfile body is not trimmed, so a blank line after a final
+// body is a line of white space, which is no command.
+TEST(BlockControl, TracesAndFaults) {
+    for (auto const& [script, trace] : std::vector<std::pair<std::string, std::string>>{
+             {"if true\nrun a\nelseif true\nrun b\nelse\nrun c\nendif\nrun d",
+              "run|a; run|d; ? true"},
+             {"if false\nrun a\nelseif true\nrun b\nelse\nrun c\nendif\nrun d",
+              "run|b; run|d; ? false true"},
+             {"if false\nrun a\nelseif false\nrun b\nelse\nrun c\nendif\nrun d",
+              "run|c; run|d; ? false false"},
+             {"if false\nif true\nrun a\nelse\nrun b\nendif\nelseif inner\nrun c\nelse\nrun "
+              "d\nendif",
+              "run|d; ? false inner"},
+             {"if false\nif false\nelse\nrun x\nendif\nendif\nrun y", "run|y; ? false"},
+             {"if false\ncreatefile until EOF\nnot a command\nEOF\nendif\nrun x", "run|x; ? false"},
+             {"createfile until END\r\n  delete inside\r\nxxENDxx\r\nrun after",
+              "createfile until|END; run|after; ?"},
+             {"delete a\nelseif x", "2: ElseIf encountered without If."},
+             {"else", "1: Else encountered without If."},
+             {"if true\nendif\nendif", "3: Endif encountered without If."},
+             {"if true\nelse\nelseif x\nendif", "3: Elseif encountered after Else."},
+             {"if true\nelse\nelse\nendif", "3: Else encountered after Else."},
+             {"delete a\nif x\nrun b", "3: Missing Endif."},
+             {"delete a\ncopy b c\nfrobnicate\n", "3: Unknown action command."},
+             {" \n ", "1: Unknown action command."},
+             {"createfile until END\nx\nEND\n\n", "4: Unknown action command."},
+             {"delete a\ncreatefile until\nbody", "2: Missing 'createfile until' end delimiter."},
+             {"createfile until END\nbody\nend", "1: Missing 'createfile until' end delimiter."},
+             {"createfile until END", "1: Missing 'createfile until' end delimiter."},
+             {"createfile until", "1: Missing 'createfile until' end delimiter."},
+             {"download http://x/a", "download*|http://x/a; ?"},
+             {"download save open http://x/a", "download*|save open http://x/a; ?"},
+             {"download now http://x/a", "download|now http://x/a; ?"},
+             {"download save now http://x/a", "download|save now http://x/a; ?"},
+             {"download \"now\"x http://x/a", "download*|\"now\"x http://x/a; ?"},
+             {"download as a http://x/a", "download as*|a http://x/a; ?"},
+             {"prefetch a sha1:1 size:1 http://x/a", "prefetch*|a sha1:1 size:1 http://x/a; ?"},
+             {"download now as a http://x/a", "download now as|a http://x/a; ?"}}) {
+        EXPECT_EQ(Trace(script), trace) << script;
     }
-}
-
-TEST(BlockControl, NothingInsideAFalseBlockRunsOrIsEvaluated) {
-    ScriptedParser parser;
-    Lines const executed =
-        parser.Run("if false\nif true\nrun a\nelse\nrun b\nendif\nelseif inner\nrun c\n"
-                   "else\nrun d\nendif");
-    EXPECT_EQ(executed, Lines{"run|d"});
-    EXPECT_EQ(parser.asked, (Lines{"false", "inner"}));
-    EXPECT_TRUE(parser.GetBlockList().empty());
-}
-
-TEST(BlockControl, ElseInsideAFalseEnclosingBlockStaysFalse) {
-    ScriptedParser parser;
-    EXPECT_EQ(parser.Run("if false\nif false\nelse\nrun x\nendif\nendif\nrun y"), Lines{"run|y"});
-}
-
-TEST(BlockControl, MisplacedBlockCommandsThrowWithTheirLine) {
-    EXPECT_EQ(ThrownLine<ElseifWithoutIf>("delete a\nelseif x"), 2);
-    EXPECT_EQ(ThrownLine<ElseWithoutIf>("else"), 1);
-    EXPECT_EQ(ThrownLine<EndifWithoutIf>("if true\nendif\nendif"), 3);
-    EXPECT_EQ(ThrownLine<ElseifAfterElse>("if true\nelse\nelseif x\nendif"), 3);
-    EXPECT_EQ(ThrownLine<ElseAfterElse>("if true\nelse\nelse\nendif"), 3);
-}
-
-TEST(BlockControl, DownloadLinesAreRecognised) {
-    auto isDownload = [](std::string const& line) {
-        ActionShellParser parser;
-        Stringy script(line);
-        parser.GetCommand(script);
-        std::uint16_t lines = 0;
-        bool download = false;
-        EXPECT_FALSE(parser.ProcessBlockControl(script, lines, download));
-        return download;
-    };
-    EXPECT_TRUE(isDownload("download http://x/a"));
-    EXPECT_TRUE(isDownload("download save open http://x/a"));
-    EXPECT_FALSE(isDownload("download now http://x/a"));
-    EXPECT_FALSE(isDownload("download save now http://x/a"));
-    EXPECT_TRUE(isDownload("download \"now\"x http://x/a"));
-    EXPECT_TRUE(isDownload("download as a http://x/a"));
-    EXPECT_TRUE(isDownload("prefetch a sha1:1 size:1 http://x/a"));
-    EXPECT_FALSE(isDownload("download now as a http://x/a"));
-    EXPECT_FALSE(isDownload("delete a"));
-}
-
-TEST(CreateFile, BodyEndsAtTheFirstLineContainingTheDelimiter) {
-    ScriptedParser parser;
-    Lines const executed =
-        parser.Run("createfile until END\r\n  delete inside\r\nxxENDxx\r\nrun after");
-    EXPECT_EQ(executed, (Lines{"createfile until|END", "run|after"}));
-    EXPECT_EQ(parser.GetLineCounter(), 4);
 }
 
 TEST(CreateFile, BodyKeepsLeadingBlanksAndQuotedDelimiters) {
@@ -251,44 +217,18 @@ TEST(CreateFile, BodyKeepsLeadingBlanksAndQuotedDelimiters) {
     EXPECT_EQ(parser.GetLineCounter(), 3);
 }
 
-// The text after a createfile body is not trimmed, so a blank line after a
-// final body is a line of white space, which is no command.
-TEST(CreateFile, BlankLineAfterAFinalBodyIsAnUnknownCommand) {
-    EXPECT_EQ(ActionShellParser::GetNumberOfActionLines("createfile until END\r\nx\r\nEND\r\n"), 3);
-    EXPECT_EQ(ThrownLine<UnknownCommand>("createfile until END\nx\nEND\n\n"), 4);
-    EXPECT_EQ(ActionShellParser::GetNumberOfActionLines("createfile until END\nx\nEND\n\ndelete a"),
-              4);
-}
-
-TEST(CreateFile, MissingDelimitersThrow) {
-    EXPECT_EQ(ThrownLine<MissingCreateFileDelimiter>("delete a\ncreatefile until\nbody"), 2);
-    EXPECT_EQ(ThrownLine<MissingCreateFileDelimiter>("createfile until END\nbody\nend"), 1);
-    EXPECT_EQ(ThrownLine<MissingCreateFileDelimiter>("createfile until END"), 1);
-    EXPECT_EQ(ThrownLine<MissingCreateFileDelimiter>("createfile until"), 1);
-}
-
-TEST(CreateFile, SkippedInFalseBranchesSoTheBodyIsNotParsed) {
-    ScriptedParser parser;
-    EXPECT_EQ(parser.Run("if false\ncreatefile until EOF\nnot a command\nEOF\nendif\nrun x"),
-              Lines{"run|x"});
-}
-
+// Block control is not applied when counting: both bodies are skipped and counted.
 TEST(LineCount, CountsCommandsAndBodiesButNotBlankLines) {
-    EXPECT_EQ(ActionShellParser::GetNumberOfActionLines(""), 0);
-    EXPECT_EQ(ActionShellParser::GetNumberOfActionLines("delete a\n\n\n\ncopy a b\n"), 2);
-    EXPECT_EQ(ActionShellParser::GetNumberOfActionLines(
-                  "delete a\r\ncreatefile until END\r\nline 1\r\n\r\nEND\r\nrun x"),
-              6);
-    // Block control is not applied: both bodies are skipped and counted.
-    EXPECT_EQ(ActionShellParser::GetNumberOfActionLines(
-                  "if false\ncreatefile until E\nx\nE\nelse\ncreatefile until E\ny\nE\nendif"),
-              9);
-    try {
-        ActionShellParser::GetNumberOfActionLines("delete a\nnonsense");
-        ADD_FAILURE() << "no exception";
-    } catch (UnknownCommand const& error) {
-        EXPECT_EQ(error.GetLineNumber(), 2);
+    for (auto const& [script, count] : std::vector<std::pair<std::string, int>>{
+             {"", 0},
+             {"delete a\n\n\n\ncopy a b\n", 2},
+             {"delete a\r\ncreatefile until END\r\nline 1\r\n\r\nEND\r\nrun x", 6},
+             {"createfile until END\r\nx\r\nEND\r\n", 3},
+             {"createfile until END\nx\nEND\n\ndelete a", 4},
+             {"if false\ncreatefile until E\nx\nE\nelse\ncreatefile until E\ny\nE\nendif", 9}}) {
+        EXPECT_EQ(ActionShellParser::GetNumberOfActionLines(script), count) << script;
     }
+    EXPECT_THROW(ActionShellParser::GetNumberOfActionLines("delete a\nnonsense"), UnknownCommand);
 }
 
 TEST(LineList, NormalisesKeywordsAndListsBodyLines) {
@@ -297,31 +237,21 @@ TEST(LineList, NormalisesKeywordsAndListsBodyLines) {
         "DELETE  a\rIf true\r\ncreatefile until END\n  x\n\nEND\nendif\n", lines);
     EXPECT_EQ(lines, (Lines{"existing", "delete  a", "if true", "createfile until END", "  x", "",
                             "END", "endif"}));
-    Lines unterminated;
-    EXPECT_THROW(ActionShellParser::BuildCommandLineList("createfile until END\nx", unterminated),
+    EXPECT_THROW(ActionShellParser::BuildCommandLineList("createfile until END\nx", lines),
                  MissingCreateFileDelimiter);
 }
 
-TEST(ErrorStrings, EachErrorHasItsExactText) {
+// Faults no script here raises (the download faults are checked by zoraction's tests), and the text
+// given when no fault is current.
+TEST(ErrorStrings, RemainingTexts) {
     auto message = [](auto const& error) {
         try {
             throw error;
         } catch (ActionSyntaxError const&) {
             return GetActionSyntaxErrorString();
         }
-        return std::string("not thrown");
     };
-    EXPECT_EQ(message(ElseifWithoutIf(1)), "ElseIf encountered without If.");
-    EXPECT_EQ(message(ElseWithoutIf(1)), "Else encountered without If.");
-    EXPECT_EQ(message(EndifWithoutIf(1)), "Endif encountered without If.");
-    EXPECT_EQ(message(ElseifAfterElse(1)), "Elseif encountered after Else.");
-    EXPECT_EQ(message(ElseAfterElse(1)), "Else encountered after Else.");
-    EXPECT_EQ(message(MissingEndif(1)), "Missing Endif.");
-    EXPECT_EQ(message(MissingCreateFileDelimiter(1)), "Missing 'createfile until' end delimiter.");
     EXPECT_EQ(message(SubstitutionError(1)), "Relevance substitution error.");
-    EXPECT_EQ(message(UnknownCommand(1)), "Unknown action command.");
-    EXPECT_EQ(message(PrefetchCommandSyntaxError(1)), "Prefetch command syntax error.");
-    EXPECT_EQ(message(DownloadNameError(1)), "Download name is invalid.");
     // The end-delimiter fault has no text of its own.
     EXPECT_EQ(message(MissingCreateFileEndDelimiter(1)), "Non-specific syntax error.");
     EXPECT_EQ(message(ActionSyntaxError(1)), "Non-specific syntax error.");
@@ -331,4 +261,37 @@ TEST(ErrorStrings, EachErrorHasItsExactText) {
         EXPECT_EQ(GetActionSyntaxErrorString(), "Unknown ActionSyntaxError.");
     }
     EXPECT_EQ(GetActionSyntaxErrorString(), "Unknown ActionSyntaxError.");
+}
+
+// NUL bytes are ordinary bytes in command lines, but GetLine never reads past
+// one, so a createfile body whose delimiter lies beyond a NUL has no readable end.
+TEST(BadInput, NulBytes) {
+    std::string const script("delete a\0b\nrun x\0\n", 18);
+    EXPECT_EQ(ActionShellParser::GetNumberOfActionLines(script), 2);
+    Lines lines;
+    ActionShellParser::BuildCommandLineList(script, lines);
+    ASSERT_EQ(lines.size(), 2u);
+    EXPECT_EQ(lines[0], std::string("delete a\0b", 10));
+    // A NUL where a keyword should be is no command.
+    EXPECT_EQ(Trace(std::string("\0delete", 7)), "1: Unknown action command.");
+    std::string const body("createfile until END\nab\0END\ndelete x", 36);
+    EXPECT_THROW(ActionShellParser::BuildCommandLineList(body, lines),
+                 MissingCreateFileEndDelimiter);
+    EXPECT_THROW(ScriptedParser().Run<ConstData>(body), MissingCreateFileEndDelimiter);
+    EXPECT_EQ(Trace(body), "2: Non-specific syntax error.");
+}
+
+TEST(BadInput, MegabyteLinesAndDeepNesting) {
+    std::string const longWord(1 << 20, 'x');
+    Lines lines;
+    ActionShellParser::BuildCommandLineList("delete " + longWord + "\r\nrun y", lines);
+    EXPECT_EQ(lines, (Lines{"delete " + longWord, "run y"}));
+    constexpr std::size_t kDepth = 100000;
+    std::string const balanced =
+        Repeat("if true\n", kDepth) + "run deep\n" + Repeat("endif\n", kDepth);
+    EXPECT_EQ(ScriptedParser().Run<ConstData>(balanced), Lines{"run|deep"});
+    // The line counter is 16 bits wide and wraps on such long scripts.
+    EXPECT_EQ(ActionShellParser::GetNumberOfActionLines(balanced),
+              static_cast<std::uint16_t>(2 * kDepth + 1));
+    EXPECT_THROW(ScriptedParser().Run<ConstData>(Repeat("if true\n", kDepth)), MissingEndif);
 }
