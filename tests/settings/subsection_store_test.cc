@@ -100,13 +100,6 @@ TEST_F(SubsectionStoreTest, DefaultsCoverMissingMalformedAndOutOfRange) {
     EXPECT_EQ(view_.GetUInt32WithDefault(Name("Negative"), 8), 8u);
 }
 
-TEST_F(SubsectionStoreTest, ClearedSettingReadsAsEmptyTextNotTheDefault) {
-    view_.SetString(Name("Gone"), "was here");
-    store_.Clear("GlobalOptions", "Gone", Instant::Now() + TimeInterval::Seconds(1));
-    EXPECT_EQ(view_.GetStringWithDefault(Name("Gone"), "fallback"), "");
-    EXPECT_EQ(view_.GetUInt32WithDefault(Name("Gone"), 9), 9u) << "empty text is no number";
-}
-
 TEST_F(SubsectionStoreTest, FileLocationsAreStoredAsPosixPaths) {
     using MacintoshPlatform::FileLocation;
     view_.SetFileLocation(Name("Storage"), FileLocation("/var/lib/zor/../zor/storage/"));
@@ -127,8 +120,4 @@ TEST_F(SubsectionStoreTest, FlushWritesTheStore) {
     EXPECT_TRUE(store_.Changed());
     view_.Flush();
     EXPECT_FALSE(store_.Changed());
-    StartOver();
-    CFPreferenceSettingStore reread("Options", "test.options", kCFPreferencesAnyUser,
-                                    kCFPreferencesCurrentHost);
-    EXPECT_EQ(View(reread, "GlobalOptions").GetUInt32(Name("Port")), 80u);
 }
