@@ -115,16 +115,16 @@ TEST(PropertyListParsing, RejectsWhatIsNotAPropertyListOrTooDeep) {
 }
 
 TEST(PropertyListText, OnlyValidUtf8WithoutNulIsText) {
-    EXPECT_TRUE(IsPropertyListText(""));
-    EXPECT_TRUE(IsPropertyListText("plain ascii"));
-    EXPECT_TRUE(IsPropertyListText("caf\xc3\xa9 \xe2\x82\xac \xf0\x9f\x98\x80"));
-    EXPECT_FALSE(IsPropertyListText(std::string_view("a\0b", 3)));
-    EXPECT_FALSE(IsPropertyListText("\xff"));
-    EXPECT_FALSE(IsPropertyListText("\xc3"));             // cut short
-    EXPECT_FALSE(IsPropertyListText("\xc0\xaf"));         // overlong
-    EXPECT_FALSE(IsPropertyListText("\xed\xa0\x80"));     // surrogate
-    EXPECT_FALSE(IsPropertyListText("\xf4\x90\x80\x80")); // above U+10FFFF
-    EXPECT_FALSE(IsPropertyListText("\xe2\x82x"));        // bad continuation
+    for (char const* text : {"", "plain ascii", "caf\xc3\xa9 \xe2\x82\xac \xf0\x9f\x98\x80"}) {
+        EXPECT_TRUE(IsPropertyListText(text)) << text;
+    }
+    // A NUL, a stray byte, cut short, overlong, a surrogate, above U+10FFFF, a bad continuation.
+    for (std::string_view bytes :
+         {std::string_view("a\0b", 3), std::string_view("\xff"), std::string_view("\xc3"),
+          std::string_view("\xc0\xaf"), std::string_view("\xed\xa0\x80"),
+          std::string_view("\xf4\x90\x80\x80"), std::string_view("\xe2\x82x")}) {
+        EXPECT_FALSE(IsPropertyListText(bytes)) << bytes;
+    }
 }
 
 TEST(PropertyListText, AnyBytesSurviveAsStringOrData) {
