@@ -1,10 +1,5 @@
 #include <gtest/gtest.h>
-#include <sys/file.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
-#include <fcntl.h>
 
 #include "settings/preference_file.h"
 #include "settings_test_support.h"
@@ -70,24 +65,4 @@ TEST(PreferenceFile, StaleTemporariesOfThisFileOnlyAreRemoved) {
     RemoveStaleTemporaries(file);
     EXPECT_EQ(Names(folder.Path()),
               (std::vector<std::string>{"domain.plist", "other.plist.tmp.abc123"}));
-}
-
-TEST(PreferenceFile, LockExcludesOtherProcessesUntilReleased) {
-    TemporaryFolder folder;
-    std::filesystem::path file = folder.Path() / "domain.plist";
-    auto childCanLock = [&] {
-        pid_t child = ::fork();
-        if (child == 0) {
-            int descriptor = ::open((file.string() + ".lock").c_str(), O_RDWR);
-            ::_exit(::flock(descriptor, LOCK_EX | LOCK_NB) == 0 ? 0 : 1);
-        }
-        int status = 0;
-        ::waitpid(child, &status, 0);
-        return WIFEXITED(status) && WEXITSTATUS(status) == 0;
-    };
-    {
-        FileLock lock(file);
-        EXPECT_FALSE(childCanLock());
-    }
-    EXPECT_TRUE(childCanLock());
 }

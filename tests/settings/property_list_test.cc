@@ -62,79 +62,69 @@ TEST(PropertyListDates, BinaryRoundTripKeepsEveryMicrosecond) {
     }
 }
 
-TEST(PropertyListDates, TheSecondBeforeTheEpochReadsAsTheEpoch) {
-    EXPECT_EQ(RoundTrip({Instant(-1), Instant(-999999), Instant(-1000000), Instant(1)}),
-              (std::vector<Instant>{Instant(0), Instant(0), Instant(-1000000), Instant(1)}));
-}
-
-TEST(PropertyListDates, OutOfRangeInstantsAreClampedNotWrapped) {
+TEST(PropertyListDates, EdgesAreClampedNotWrappedOnWriteAndRead) {
     Instant earliest(-2147483648LL * 1000000);
     Instant latest(2147483647LL * 1000000 + 999999);
-    std::vector<Instant> back =
-        RoundTrip({Instant(std::numeric_limits<int64_t>::max()), Instant(-3000000000LL * 1000000),
-                   Instant(3000000000LL * 1000000)});
-    EXPECT_EQ(back, (std::vector<Instant>{latest, earliest, latest}));
-}
-
-TEST(PropertyListDates, HostileStoredDatesAreClampedOnRead) {
-    struct Case {
-        double stored;
-        Instant expected;
-    };
-    Case cases[] = {
+    // The second before the epoch reads as the epoch.
+    EXPECT_EQ(RoundTrip({Instant(-1), Instant(-999999), Instant(-1000000), Instant(1),
+                         Instant(std::numeric_limits<int64_t>::max()),
+                         Instant(-3000000000LL * 1000000), Instant(3000000000LL * 1000000)}),
+              (std::vector<Instant>{Instant(0), Instant(0), Instant(-1000000), Instant(1), latest,
+                                    earliest, latest}));
+    std::pair<double, Instant> hostile[] = {
         {std::nan(""), Instant(0)},
-        {std::numeric_limits<double>::infinity(), Instant(2147483647LL * 1000000 + 999999)},
-        {-1e300, Instant(-2147483648LL * 1000000)},
+        {std::numeric_limits<double>::infinity(), latest},
+        {-1e300, earliest},
         {1.0000004, Instant(1000000)},
         {1.0000006, Instant(1000001)},
         {-1.5, Instant(-1500000)},
         {-0.5, Instant(0)},
     };
-    for (Case const& c : cases) {
-        std::string bytes = BinaryDateWithStoredValue(c.stored);
+    for (auto const& [stored, expected] : hostile) {
+        std::string bytes = BinaryDateWithStoredValue(stored);
         AutoCFPropertyList date = ParsePropertyList(bytes);
-        EXPECT_EQ(CFDateToInstant(date.Get()), c.expected) << c.stored;
+        EXPECT_EQ(CFDateToInstant(date.Get()), expected) << stored;
     }
 }
 
-TEST(PropertyListParsing, RejectsWhatIsNotAPropertyList) {
+TEST(PropertyListParsing, RejectsWhatIsNotAPropertyListOrTooDeep) {
     AutoCFPropertyList dictionary(plist_new_dict());
     plist_dict_set_item(dictionary.Get(), "key", plist_new_string("value"));
     std::string binary = SerializeBinaryPropertyList(dictionary.Get());
-    std::string inputs[] = {"", "garbage", "bplist00", binary.substr(0, binary.size() - 1),
-                            "<plist><dict><key>a</key>"};
+    std::string deep;
+    for (int i = 0; i < 600; ++i) {
+        deep = "<array>" + deep + "</array>";
+    }
+    deep = "<plist>" + deep + "</plist>";
+    std::string inputs[] = {"",
+                            "garbage",
+                            "bplist00",
+                            binary.substr(0, binary.size() - 1),
+                            "<plist><dict><key>a</key>",
+                            deep};
     for (std::string& input : inputs) {
-        EXPECT_THROW(ParsePropertyList(input), PropertyListParseError) << input;
+        EXPECT_THROW(ParsePropertyList(input), PropertyListParseError) << input.substr(0, 30);
+    }
+    try {
+        ParsePropertyList(deep);
+    } catch (PropertyListParseError const& error) {
+        EXPECT_STREQ(error.what(), "property list nested too deeply");
     }
     AutoCFPropertyList whole = ParsePropertyList(binary);
     EXPECT_EQ(ConvertCFPropertyList<std::string>(plist_dict_get_item(whole.Get(), "key")), "value");
 }
 
-TEST(PropertyListParsing, RefusesWhatLibplistCannotParseSafely) {
-    std::string arrays;
-    for (int i = 0; i < 600; ++i) {
-        arrays = "<array>" + arrays + "</array>";
-    }
-    std::string deep = "<plist>" + arrays + "</plist>";
-    try {
-        ParsePropertyList(deep);
-        ADD_FAILURE() << "parsed 600 nested arrays";
-    } catch (PropertyListParseError const& error) {
-        EXPECT_STREQ(error.what(), "property list nested too deeply");
-    }
-}
-
 TEST(PropertyListText, OnlyValidUtf8WithoutNulIsText) {
-    EXPECT_TRUE(IsPropertyListText(""));
-    EXPECT_TRUE(IsPropertyListText("plain ascii"));
-    EXPECT_TRUE(IsPropertyListText("caf\xc3\xa9 \xe2\x82\xac \xf0\x9f\x98\x80"));
-    EXPECT_FALSE(IsPropertyListText(std::string_view("a\0b", 3)));
-    EXPECT_FALSE(IsPropertyListText("\xff"));
-    EXPECT_FALSE(IsPropertyListText("\xc3"));             // cut short
-    EXPECT_FALSE(IsPropertyListText("\xc0\xaf"));         // overlong
-    EXPECT_FALSE(IsPropertyListText("\xed\xa0\x80"));     // surrogate
-    EXPECT_FALSE(IsPropertyListText("\xf4\x90\x80\x80")); // above U+10FFFF
-    EXPECT_FALSE(IsPropertyListText("\xe2\x82x"));        // bad continuation
+    for (char const* text : {"", "plain ascii", "caf\xc3\xa9 \xe2\x82\xac \xf0\x9f\x98\x80"}) {
+        EXPECT_TRUE(IsPropertyListText(text)) << text;
+    }
+    // A NUL, a stray byte, cut short, overlong, a surrogate, above U+10FFFF, a bad continuation.
+    for (std::string_view bytes :
+         {std::string_view("a\0b", 3), std::string_view("\xff"), std::string_view("\xc3"),
+          std::string_view("\xc0\xaf"), std::string_view("\xed\xa0\x80"),
+          std::string_view("\xf4\x90\x80\x80"), std::string_view("\xe2\x82x")}) {
+        EXPECT_FALSE(IsPropertyListText(bytes)) << bytes;
+    }
 }
 
 TEST(PropertyListText, AnyBytesSurviveAsStringOrData) {
@@ -152,24 +142,21 @@ TEST(PropertyListText, AnyBytesSurviveAsStringOrData) {
 
 TEST(PropertyListConversions, NullOrWrongTypeThrows) {
     AutoCFPropertyList number(plist_new_uint(3));
-    EXPECT_THROW(ConvertCFPropertyList<std::string>(nullptr), ConvertCFPropertyListError);
-    EXPECT_THROW(ConvertCFPropertyList<std::string>(number.Get()), ConvertCFPropertyListError);
-    EXPECT_THROW(ConvertCFPropertyList<Instant>(nullptr), ConvertCFPropertyListError);
-    EXPECT_THROW(ConvertCFPropertyList<Instant>(number.Get()), ConvertCFPropertyListError);
+    for (plist_t node : {plist_t(nullptr), number.Get()}) {
+        EXPECT_THROW(ConvertCFPropertyList<std::string>(node), ConvertCFPropertyListError);
+        EXPECT_THROW(ConvertCFPropertyList<Instant>(node), ConvertCFPropertyListError);
+    }
 }
 
 TEST(AutoCFPropertyListOwnership, MoveHandsOverAndEmptiesTheSource) {
     AutoCFPropertyList first(plist_new_string("a"));
     plist_t node = first.Get();
     AutoCFPropertyList second(std::move(first));
-    EXPECT_FALSE(first);
-    EXPECT_EQ(second.Get(), node);
     AutoCFPropertyList third(plist_new_string("b"));
     third = std::move(second);
-    EXPECT_EQ(third.Get(), node);
-    plist_t released = third.Release();
+    EXPECT_TRUE(!first && !second && third.Get() == node);
+    plist_free(third.Release());
     EXPECT_FALSE(third);
-    plist_free(released);
 }
 
 TEST(PropertyListWriting, LibplistReadsBackTheSameTree) {

@@ -109,12 +109,7 @@ TEST_F(ZorSettingsTest, UsageErrorsExitWithTwo) {
 
 TEST_F(ZorSettingsTest, WriteFailureExitsWithThree) {
     WriteBytes(folder_.Path() / "blocked", "a file where a folder should be");
-    std::ostringstream out;
-    std::ostringstream err;
     testing::internal::CaptureStderr(); // the preference layer reports there
-    int status = RunZorSettings(
-        {"--folder", (folder_.Path() / "blocked").string(), "set", "S", "n", "v"}, out, err);
-    std::string reported = testing::internal::GetCapturedStderr();
-    EXPECT_EQ(status, 3);
-    EXPECT_NE(reported.find("could not write"), std::string::npos) << reported;
+    EXPECT_EQ(Run({"--folder", (folder_.Path() / "blocked").string(), "set", "S", "n", "v"}), 3);
+    EXPECT_NE(testing::internal::GetCapturedStderr().find("could not write"), std::string::npos);
 }
