@@ -9,6 +9,7 @@
 
 #include "agent/agent_state.h"
 #include "agent/simulated_agent.h"
+#include "evaluator/evaluator.h"
 
 namespace {
 
@@ -145,4 +146,20 @@ TEST(SimulatedAgent, OffersOnlyTheKindsItsFileDescribes) {
     EXPECT_EQ(GetInspectorContextPointer<InspectorVersionContext>(), nullptr);
     EXPECT_EQ(GetInspectorContextPointer<PendingRestartInspectorContext>(), nullptr);
     EXPECT_NE(GetInspectorContextPointer<ZORSettingsContext>(), nullptr);
+}
+
+// A host that keeps answers by fingerprint drops them when the agent
+// replaces its site list, and never keeps what has no fingerprint.
+TEST(SimulatedAgent, ANewSiteListInstanceChangesTheFingerprint) {
+    auto const names = zor::Expression::compile("names of sites");
+    auto const fingerprint = [&names](std::string const& instance) {
+        SimulatedAgent agent(ParseAgentState(
+            R"({"sites": {"instance": )" + instance + R"(, "list": [{"url": "http://h/a"}]}})",
+            "/"));
+        return names.fingerprint({.context = &agent, .budget = {}});
+    };
+    EXPECT_TRUE(names.cacheable());
+    EXPECT_EQ(fingerprint("7"), fingerprint("7"));
+    EXPECT_NE(fingerprint("7"), fingerprint("8"));
+    EXPECT_FALSE(zor::Expression::compile("name of current site").cacheable());
 }
