@@ -1,4 +1,5 @@
 #include "action/action_shell_parser.h"
+#include "tests/action/repeat.h"
 
 #include <gtest/gtest.h>
 
@@ -60,13 +61,6 @@ std::string Trace(std::string const& text) {
     for (std::string const& condition : parser.asked)
         trace += " " + condition;
     return trace;
-}
-
-std::string Repeat(std::string const& piece, std::size_t times) {
-    std::string text;
-    for (std::size_t i = 0; i < times; ++i)
-        text += piece;
-    return text;
 }
 
 } // namespace

@@ -1,5 +1,6 @@
 #include "action/download_list.h"
 #include "action/mirror_download_parser.h"
+#include "tests/action/repeat.h"
 
 #include <gtest/gtest.h>
 
@@ -43,13 +44,6 @@ Entries Build(std::string const& script, WinVersion& version) {
 Entries Build(std::string const& script) {
     WinVersion version;
     return Build(script, version);
-}
-
-std::string Repeat(std::string const& piece, std::size_t times) {
-    std::string text;
-    for (std::size_t i = 0; i < times; ++i)
-        text += piece;
-    return text;
 }
 
 constexpr char const* kDigest = "0123456789abcdef0123456789abcdef01234567";
