@@ -59,7 +59,8 @@ bool GroupFromId(unsigned long id, URL const& url, InspectorGroupData* data, voi
 void CustomSiteName(ConstData const& name, unsigned char* buffer, unsigned long size) {
     if (size == 0)
         return;
-    AgentSite const* site = FindSite([&](AgentSite const& s) { return s.map->name.Data() == name; });
+    AgentSite const* site =
+        FindSite([&](AgentSite const& s) { return s.map->name.Data() == name; });
     std::string_view const display = site ? std::string_view(site->displayName) : "";
     std::size_t const length = std::min<std::size_t>(display.size(), size - 1);
     std::memcpy(buffer, display.data(), length);

@@ -67,7 +67,7 @@ struct KeyPath {
 
 // The object's members, after refusing any key not in `known`.
 inline Json::object_t const& Object(Json const& value, KeyPath const& path,
-                             std::initializer_list<std::string_view> known) {
+                                    std::initializer_list<std::string_view> known) {
     if (!value.is_object()) {
         Fail(path, "not an object");
     }
@@ -86,7 +86,7 @@ inline Json const* Member(Json::object_t const& members, std::string_view key) {
 }
 
 inline std::int64_t SignedInteger(Json const& value, KeyPath const& path, std::int64_t least,
-                           std::int64_t most) {
+                                  std::int64_t most) {
     std::string const range =
         "not an integer from " + std::to_string(least) + " to " + std::to_string(most);
     if (value.is_number_unsigned()) {

@@ -1,7 +1,5 @@
 #include "agent/site_parts.h"
 
-#include <array>
-#include <filesystem>
 #include <utility>
 
 #include "text/header_maker.h"
@@ -25,8 +23,8 @@ std::uint32_t WordOrNumber(Json const& value, KeyPath const& path,
     std::string const& text = value.get_ref<std::string const&>();
     std::uint32_t place = 0;
     for (std::string_view word : words) {
-        bool const same = ignoreCase ? CompareIgnoreCase(ConstData(word), ConstData(text)) == 0
-                                     : word == text;
+        bool const same =
+            ignoreCase ? CompareIgnoreCase(ConstData(word), ConstData(text)) == 0 : word == text;
         if (same)
             return place;
         ++place;
@@ -124,7 +122,9 @@ AgentSite ReadSite(Json const& value, KeyPath const& path) {
         SiteUrl(*url, path.Key("url")),
         SiteType(field("type") ? Text(*field("type"), path.Key("type")).c_str() : cSiteIsQuamel),
         field("number") ? Unsigned<std::uint32_t>(*field("number"), path.Key("number")) : 0,
-        InstantOf(field("subscribe_time") ? Time(*field("subscribe_time"), path.Key("subscribe_time")) : 0),
+        InstantOf(field("subscribe_time")
+                      ? Time(*field("subscribe_time"), path.Key("subscribe_time"))
+                      : 0),
         InstantOf(field("gather_time") ? Time(*field("gather_time"), path.Key("gather_time")) : 0),
         static_cast<ScheduleOption>(
             field("gather_schedule")
@@ -132,8 +132,12 @@ AgentSite ReadSite(Json const& value, KeyPath const& path) {
                                {"publisher", "custom", "manual", "disable"}, false)
                 : 0),
         field("version") ? Unsigned<std::uint32_t>(*field("version"), path.Key("version")) : 0,
-        field("publisher_interval") ? IntervalField(*field("publisher_interval"), path.Key("publisher_interval")) : 0,
-        field("custom_interval") ? IntervalField(*field("custom_interval"), path.Key("custom_interval")) : 0);
+        field("publisher_interval")
+            ? IntervalField(*field("publisher_interval"), path.Key("publisher_interval"))
+            : 0,
+        field("custom_interval")
+            ? IntervalField(*field("custom_interval"), path.Key("custom_interval"))
+            : 0);
     if (Json const* display = field("display_name"))
         site.displayName = Text(*display, path.Key("display_name"));
     if (Json const* groups = field("groups"))
@@ -156,15 +160,15 @@ std::uint32_t InstanceOf(std::string_view text) {
 }
 
 AgentUsageSummary ReadSummary(Json const& value, KeyPath const& path) {
-    auto const& m = Object(value, path,
-                           {"total_run_count", "first_start", "last_start", "last_seen",
-                            "total_duration", "running"});
+    auto const& m = Object(
+        value, path,
+        {"total_run_count", "first_start", "last_start", "last_seen", "total_duration", "running"});
     AgentUsageSummary summary;
     if (Json const* runs = Member(m, "total_run_count"))
         summary.totalRunCount = Unsigned<std::uint32_t>(*runs, path.Key("total_run_count"));
-    for (auto [key, slot] : {std::pair{"first_start", &summary.firstStart},
-                             std::pair{"last_start", &summary.lastStart},
-                             std::pair{"last_seen", &summary.lastSeen}}) {
+    for (auto [key, slot] :
+         {std::pair{"first_start", &summary.firstStart},
+          std::pair{"last_start", &summary.lastStart}, std::pair{"last_seen", &summary.lastSeen}}) {
         if (Json const* time = Member(m, key))
             *slot = InstantOf(Time(*time, path.Key(key)));
     }
@@ -182,10 +186,9 @@ ExecutionEvent ReadEvent(Json const& value, KeyPath const& path) {
     Json const* type = Member(m, "type");
     if (!type)
         Fail(path.Key("type"), "missing: every event has a type");
-    event.type = WordOrNumber(*type, path.Key("type"),
-                              {"start sampling", "application start", "application end",
-                               "end sampling"},
-                              true);
+    event.type = WordOrNumber(
+        *type, path.Key("type"),
+        {"start sampling", "application start", "application end", "end sampling"}, true);
     if (Json const* time = Member(m, "time"))
         event.time = InstantOf(Time(*time, path.Key("time")));
     if (Json const* file = Member(m, "path"))
@@ -257,8 +260,7 @@ AgentSites ReadSites(Json const& value, KeyPath const& path, std::string_view fi
 }
 
 AgentContent ReadContent(Json const& value, KeyPath const& path) {
-    auto const& members =
-        Object(value, path, {"evaluating_relevance", "advice_list_change_count"});
+    auto const& members = Object(value, path, {"evaluating_relevance", "advice_list_change_count"});
     AgentContent content;
     if (Json const* evaluating = Member(members, "evaluating_relevance"))
         content.evaluatingRelevance = Boolean(*evaluating, path.Key("evaluating_relevance"));

@@ -46,8 +46,8 @@ std::string StateText() {
         events += (i ? "," : "") + std::string(R"({"type": )") + std::to_string(i % 4) +
                   R"(, "time": )" + std::to_string(1000000LL * (i / 2)) + "}";
     return R"({"content": {}, "sites": {"list": [)" + sites +
-           R"(, {"url": "http://h/x", "content": [)" + items + R"(]}]}, "usage": {"x": {"events": [)" +
-           events + "]}}}";
+           R"(, {"url": "http://h/x", "content": [)" + items +
+           R"(]}]}, "usage": {"x": {"events": [)" + events + "]}}}";
 }
 
 SimulatedAgent& Agent() {

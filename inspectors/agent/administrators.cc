@@ -10,8 +10,8 @@ namespace {
 
 // The value is read once so that a cleared entry is no such object.
 setting administrator_of_client(inspector_string const& name, Of, client const&) {
-    setting found = setting_of_section(GetSettingStore(), AdministratorsSettingSection(),
-                                       AsConstData(name));
+    setting found =
+        setting_of_section(GetSettingStore(), AdministratorsSettingSection(), AsConstData(name));
     value_of(found);
     return found;
 }

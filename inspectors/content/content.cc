@@ -50,7 +50,8 @@ void AllocateQuamelHeaderData(quamel const& item) {
         InspectorQuamelData& data = item.data;
         bool fetched = context.GetQuamelHeaderSize(&data);
         if (fetched) {
-            data.headerData = static_cast<unsigned char*>(Allocate_Inspector_Memory(data.headerSize));
+            data.headerData =
+                static_cast<unsigned char*>(Allocate_Inspector_Memory(data.headerSize));
             fetched = context.GetQuamelHeaderData(&data);
         }
         if (!fetched) {
@@ -148,15 +149,12 @@ Prop headers("header", "headers",
              static_cast<quamel_header (quamel_header_iterator::*)(Of, quamel const&)>(
                  &quamel_header_iterator::Next),
              DependsOnlyOnParameters);
-Prop headersNamed(
-    "header", "headers",
-    static_cast<quamel_header (quamel_header_iterator::*)(quamel const&, Of,
-                                                          inspector_string const&)>(
-        &quamel_header_iterator::First),
-    static_cast<quamel_header (quamel_header_iterator::*)(quamel const&, Of,
-                                                          inspector_string const&)>(
-        &quamel_header_iterator::Next),
-    DependsOnlyOnParameters);
+Prop headersNamed("header", "headers",
+                  static_cast<quamel_header (quamel_header_iterator::*)(
+                      quamel const&, Of, inspector_string const&)>(&quamel_header_iterator::First),
+                  static_cast<quamel_header (quamel_header_iterator::*)(
+                      quamel const&, Of, inspector_string const&)>(&quamel_header_iterator::Next),
+                  DependsOnlyOnParameters);
 Prop headerName("name", "names", Name_of, DependsOnlyOnParameters);
 Prop headerValue("value", "values", Value_of, DependsOnlyOnParameters);
 

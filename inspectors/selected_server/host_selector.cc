@@ -146,8 +146,7 @@ void ClearDistanceInformation(std::vector<HostSelectorEntry>& entries) {
 
 void EraseAddresses(std::vector<HostSelectorEntry>& entries, ConstArrayOf<IPAddress> addresses) {
     auto const listed = [&](HostSelectorEntry const& entry) {
-        return std::find(addresses.begin(), addresses.end(), entry.address.ip) !=
-               addresses.end();
+        return std::find(addresses.begin(), addresses.end(), entry.address.ip) != addresses.end();
     };
     entries.erase(std::remove_if(entries.begin(), entries.end(), listed), entries.end());
 }

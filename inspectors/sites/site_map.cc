@@ -5,8 +5,8 @@
 SiteMap::SiteMap(MacintoshPlatform::FileLocation const& location_, Stringy const& name_,
                  URL const& url_, SiteType const& type_, unsigned long number_,
                  Instant const& subscribeTime_, Instant const& gatherTime_,
-                 ScheduleOption schedule_, unsigned long version_,
-                 unsigned long publisherInterval_, unsigned long customInterval_)
+                 ScheduleOption schedule_, unsigned long version_, unsigned long publisherInterval_,
+                 unsigned long customInterval_)
     : location(location_), name(name_), url(url_), type(type_),
       number(static_cast<std::uint32_t>(number_)), subscribeTime(subscribeTime_),
       lastGatherTime(gatherTime_), gatherSchedule(schedule_),

@@ -21,8 +21,8 @@ static_assert(sizeof(void*) != 4 || sizeof(SiteMapProbe) == 4, "a probe is one p
 
 // Builds a child location for the storage context; the caller deletes it.
 // An empty name is the parent itself.
-MacintoshPlatform::FileLocation* InspectorFileLocation(MacintoshPlatform::FileLocation const& parent,
-                                                       char const* name);
+MacintoshPlatform::FileLocation*
+InspectorFileLocation(MacintoshPlatform::FileLocation const& parent, char const* name);
 
 // The n-th site of the list, counted from 1.
 SiteMapProbe SiteMapProbe_of(unsigned long long ordinal);

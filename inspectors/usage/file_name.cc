@@ -11,7 +11,12 @@ constexpr char32_t cEscapeBase = 0xDC00; // + a byte of 0x80..0xFF
 std::pair<char32_t, std::size_t> DecodeUtf8(std::string_view bytes, std::size_t i) {
     auto const byte = [&](std::size_t k) { return static_cast<unsigned char>(bytes[i + k]); };
     unsigned char const lead = byte(0);
-    std::size_t const length = lead < 0x80 ? 1 : lead < 0xC2 ? 0 : lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : lead < 0xF5 ? 4 : 0;
+    std::size_t const length = lead < 0x80   ? 1
+                               : lead < 0xC2 ? 0
+                               : lead < 0xE0 ? 2
+                               : lead < 0xF0 ? 3
+                               : lead < 0xF5 ? 4
+                                             : 0;
     if (length == 0 || i + length > bytes.size())
         return {0, 0};
     if (length == 1)

@@ -27,7 +27,7 @@ TEST(HostSelectorRecord, DefaultEntryFillsItsReservedLengthExactly) {
     ASSERT_EQ(bytes.size(), 5u + 112u);
     std::vector<unsigned char> const head{0, 0, 0, 5, 'r', 'e', 'l', 'a', 'y'};
     EXPECT_TRUE(std::equal(head.begin(), head.end(), bytes.begin()));
-    EXPECT_EQ(bytes[5 + 8], 0xC0); // the address, big-endian
+    EXPECT_EQ(bytes[5 + 8], 0xC0);         // the address, big-endian
     EXPECT_EQ(bytes[5 + 18 + 10 + 3], 20); // the gateway count, capped
     EXPECT_THROW(Written(entry, FlattenedLength(entry) - 1), DataTooSmall);
 }
