@@ -7,7 +7,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iostream>
-#include <map>
+#include <sstream>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -20,7 +20,6 @@ namespace zor::transcripts {
 namespace {
 
 namespace fs = std::filesystem;
-using zorq::testing::Outcome;
 
 struct Tools {
     std::string zorq;
@@ -55,13 +54,6 @@ void replaceAll(std::string& text, std::string const& from, std::string const& t
         text.replace(at, from.size(), to);
 }
 
-int hexDigit(char c) {
-    int const value = Ascii::HexValue(static_cast<unsigned char>(c));
-    if (value < 0)
-        throw std::runtime_error(std::string("bad hex digit '") + c + "'");
-    return value;
-}
-
 // \n, \t, \\ and \xHH, so one line can say any file's bytes.
 std::string unescape(std::string const& text) {
     std::string result;
@@ -71,15 +63,16 @@ std::string unescape(std::string const& text) {
             continue;
         }
         char const next = text[++i];
-        if (next == 'n')
-            result += '\n';
-        else if (next == 't')
-            result += '\t';
-        else if (next == 'x' && i + 2 < text.size()) {
-            result += static_cast<char>(hexDigit(text[i + 1]) * 16 + hexDigit(text[i + 2]));
+        if (next == 'x' && i + 2 < text.size()) {
+            int const high = Ascii::HexValue(static_cast<unsigned char>(text[i + 1]));
+            int const low = Ascii::HexValue(static_cast<unsigned char>(text[i + 2]));
+            if (high < 0 || low < 0)
+                throw std::runtime_error("bad \\x escape in \"" + text + "\"");
+            result += static_cast<char>(high * 16 + low);
             i += 2;
-        } else
-            result += next;
+        } else {
+            result += next == 'n' ? '\n' : next == 't' ? '\t' : next;
+        }
     }
     return result;
 }
@@ -90,7 +83,7 @@ std::vector<std::string> words(std::string const& text) {
     std::string word;
     bool quoted = false;
     bool any = false;
-    for (char c : text) {
+    for (char c : text + " ") {
         if (c == '"') {
             quoted = !quoted;
             any = true;
@@ -104,8 +97,6 @@ std::vector<std::string> words(std::string const& text) {
             any = true;
         }
     }
-    if (any)
-        result.push_back(word);
     return result;
 }
 
@@ -119,7 +110,7 @@ std::pair<std::string, std::string> splitFirstWord(std::string const& text) {
 // The world one transcript's questions run in, built from its directives.
 class World {
 public:
-    World(Tools const& tools) : tools_(tools) {}
+    explicit World(Tools const& tools) : tools_(tools) {}
 
     std::string expand(std::string text) const {
         replaceAll(text, "{tmp}", folder_.path().string());
@@ -128,57 +119,40 @@ public:
     }
 
     void apply(Directive const& directive) {
-        auto const it = handlers().find(directive.name);
-        if (it == handlers().end())
+        auto const argument = expand(directive.argument);
+        auto const [path, rest] = splitFirstWord(argument);
+        if (directive.name == "env") {
+            exactEnvironment_ = true;
+            if (!argument.empty())
+                environment_.push_back(argument);
+        } else if (directive.name == "file") {
+            fs::create_directories(inFolder(path).parent_path());
+            std::ofstream(inFolder(path), std::ios::binary) << unescape(rest);
+        } else if (directive.name == "folder") {
+            fs::create_directories(inFolder(argument));
+        } else if (directive.name == "link") {
+            fs::create_directories(inFolder(path).parent_path());
+            fs::create_symlink(rest, inFolder(path));
+        } else if (directive.name == "settings") {
+            settings(argument);
+        } else if (directive.name == "agent-state") {
+            options_.insert(options_.end(), {"--agent-state", (tools_.root / argument).string()});
+        } else if (directive.name == "zorq-option") {
+            options_.push_back(argument);
+        } else {
             throw std::runtime_error("unknown directive \"" + directive.name + "\"");
-        (this->*(it->second))(expand(directive.argument));
+        }
     }
 
-    Outcome ask(std::string const& query) const {
+    zorq::testing::Outcome ask(std::string const& query) const {
         auto arguments = options_;
-        arguments.push_back("--");
-        arguments.push_back(query);
+        arguments.insert(arguments.end(), {"--", query});
         return zorq::testing::run(tools_.zorq, arguments, {}, environment_, !exactEnvironment_);
     }
 
 private:
-    using Handler = void (World::*)(std::string const&);
-    static std::map<std::string, Handler> const& handlers() {
-        static std::map<std::string, Handler> const table{
-            {"env", &World::env},
-            {"file", &World::file},
-            {"folder", &World::folder},
-            {"link", &World::link},
-            {"settings", &World::settings},
-            {"agent-state", &World::agentState},
-            {"zorq-option", &World::zorqOption},
-        };
-        return table;
-    }
-
     fs::path inFolder(std::string const& relative) const {
         return folder_.path() / unescape(relative);
-    }
-
-    void env(std::string const& entry) {
-        exactEnvironment_ = true;
-        if (!entry.empty())
-            environment_.push_back(entry);
-    }
-
-    void file(std::string const& argument) {
-        auto const [path, content] = splitFirstWord(argument);
-        auto const target = inFolder(path);
-        fs::create_directories(target.parent_path());
-        std::ofstream(target, std::ios::binary) << unescape(content);
-    }
-
-    void folder(std::string const& path) { fs::create_directories(inFolder(path)); }
-
-    void link(std::string const& argument) {
-        auto const [path, target] = splitFirstWord(argument);
-        fs::create_directories(inFolder(path).parent_path());
-        fs::create_symlink(target, inFolder(path));
     }
 
     void settings(std::string const& argument) {
@@ -195,12 +169,6 @@ private:
         preferencesGiven_ = true;
     }
 
-    void agentState(std::string const& path) {
-        options_.insert(options_.end(), {"--agent-state", (tools_.root / path).string()});
-    }
-
-    void zorqOption(std::string const& option) { options_.push_back(option); }
-
     Tools const& tools_;
     TemporaryFolder folder_;
     std::vector<std::string> options_;
@@ -209,29 +177,20 @@ private:
     bool preferencesGiven_ = false;
 };
 
-std::string joinedLines(std::vector<std::string> const& lines, World const& world) {
-    std::string text;
-    for (auto const& line : lines)
-        text += world.expand(line) + "\n";
-    return text;
-}
-
+// Each line of the text indented, or "(nothing)".
 std::string indented(std::string const& text) {
     std::string result;
-    std::size_t start = 0;
-    while (start < text.size()) {
-        auto end = text.find('\n', start);
-        if (end == std::string::npos)
-            end = text.size();
-        result += "    " + text.substr(start, end - start) + "\n";
-        start = end + 1;
-    }
+    std::istringstream lines(text);
+    for (std::string line; std::getline(lines, line);)
+        result += "    " + line + "\n";
     return result.empty() ? "    (nothing)\n" : result;
 }
 
 // Prints the difference and returns false when the case fails.
 bool check(std::string const& file, Case const& question, World const& world) {
-    auto const expected = joinedLines(question.expected, world);
+    std::string expected;
+    for (auto const& line : question.expected)
+        expected += world.expand(line) + "\n";
     bool const expectsError =
         !question.expected.empty() && question.expected.back().starts_with("E:");
     auto const outcome = world.ask(world.expand(question.query));
@@ -248,15 +207,12 @@ bool check(std::string const& file, Case const& question, World const& world) {
     return false;
 }
 
-Transcript readFile(std::string const& file) {
+int runTranscript(Tools const& tools, std::string const& file) {
     std::ifstream in(file);
     if (!in)
         throw std::runtime_error("cannot read " + file);
-    return fs::path(file).extension() == ".md" ? readMarkdownExamples(in) : readTranscript(in);
-}
-
-int runTranscript(Tools const& tools, std::string const& file) {
-    auto const transcript = readFile(file);
+    auto const transcript =
+        fs::path(file).extension() == ".md" ? readMarkdownExamples(in) : readTranscript(in);
     int failed = 0;
     for (auto const& problem : transcript.problems) {
         std::cout << file << ": " << problem << " (not a directive, Q:, A: or E: line)\n";
