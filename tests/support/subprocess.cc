@@ -1,14 +1,12 @@
 #include "tests/support/subprocess.h"
 
-#include <array>
 #include <cerrno>
 #include <csignal>
-#include <fcntl.h>
-#include <poll.h>
 #include <spawn.h>
 #include <stdexcept>
+#include <sys/mman.h>
 #include <sys/wait.h>
-#include <tuple>
+#include <thread>
 #include <unistd.h>
 
 extern char** environ;
@@ -16,31 +14,32 @@ extern char** environ;
 namespace zorq::testing {
 namespace {
 
-// Both ends of a pipe, closed when the owner goes.
-class Pipe {
+// An anonymous file in memory for one of the child's standard streams, so
+// neither side ever waits on the other; closed with its owner.
+class MemoryFile {
 public:
-    Pipe() {
-        if (pipe2(ends_.data(), O_CLOEXEC) != 0)
-            throw std::runtime_error("pipe failed");
+    explicit MemoryFile(std::string const& contents = {})
+        : fd_(memfd_create("subprocess", MFD_CLOEXEC)) {
+        if (fd_ < 0 || pwrite(fd_, contents.data(), contents.size(), 0) !=
+                           static_cast<ssize_t>(contents.size()))
+            throw std::runtime_error("cannot make a file for a child's stream");
     }
-    Pipe(Pipe const&) = delete;
-    Pipe& operator=(Pipe const&) = delete;
-    ~Pipe() {
-        closeRead();
-        closeWrite();
+    MemoryFile(MemoryFile const&) = delete;
+    MemoryFile& operator=(MemoryFile const&) = delete;
+    ~MemoryFile() { close(fd_); }
+    int fd() const { return fd_; }
+
+    std::string contents() const {
+        std::string text;
+        char buffer[4096];
+        for (ssize_t count;
+             (count = pread(fd_, buffer, sizeof buffer, static_cast<off_t>(text.size()))) > 0;)
+            text.append(buffer, static_cast<std::size_t>(count));
+        return text;
     }
-    int read() const { return ends_[0]; }
-    int write() const { return ends_[1]; }
-    void closeRead() { close(0); }
-    void closeWrite() { close(1); }
 
 private:
-    void close(int end) {
-        if (ends_[end] >= 0)
-            ::close(ends_[end]);
-        ends_[end] = -1;
-    }
-    std::array<int, 2> ends_{-1, -1};
+    int fd_;
 };
 
 class SpawnActions {
@@ -64,42 +63,20 @@ std::vector<char*> pointers(std::vector<std::string>& strings) {
     return result;
 }
 
-std::vector<std::string> environmentWith(std::vector<std::string> const& extra, bool inherit) {
-    std::vector<std::string> environment;
-    for (char** entry = environ; inherit && *entry != nullptr; ++entry)
-        environment.emplace_back(*entry);
-    environment.insert(environment.end(), extra.begin(), extra.end());
-    return environment;
-}
-
-// Feeds input and drains both outputs together so neither side blocks.
-void exchange(Pipe& in, Pipe& out, Pipe& err, std::string const& input, Outcome& outcome) {
-    std::size_t written = 0;
-    if (input.empty())
-        in.closeWrite();
-    std::array<char, 4096> buffer;
-    while (out.read() >= 0 || err.read() >= 0) {
-        std::array<pollfd, 3> fds{
-            {{in.write(), POLLOUT, 0}, {out.read(), POLLIN, 0}, {err.read(), POLLIN, 0}}};
-        if (poll(fds.data(), fds.size(), 10000) <= 0)
+// The child's exit status; a child still running after a minute is killed.
+int waitFor(pid_t pid) {
+    auto const deadline = std::chrono::steady_clock::now() + std::chrono::minutes(1);
+    int status = 0;
+    for (pid_t done = 0; done == 0 || (done < 0 && errno == EINTR);) {
+        done = waitpid(pid, &status, WNOHANG);
+        if (done == 0 && std::chrono::steady_clock::now() > deadline) {
+            kill(pid, SIGKILL);
+            waitpid(pid, &status, 0);
             throw std::runtime_error("child process stalled");
-        if (fds[0].revents != 0) {
-            auto const count = ::write(in.write(), input.data() + written, input.size() - written);
-            written += count > 0 ? static_cast<std::size_t>(count) : input.size();
-            if (written >= input.size())
-                in.closeWrite();
         }
-        for (auto [index, pipe, text] :
-             {std::tuple{1, &out, &outcome.out}, std::tuple{2, &err, &outcome.err}}) {
-            if (fds[index].revents == 0)
-                continue;
-            auto const count = ::read(pipe->read(), buffer.data(), buffer.size());
-            if (count > 0)
-                text->append(buffer.data(), static_cast<std::size_t>(count));
-            else
-                pipe->closeRead();
-        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }
+    return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
 }
 
 } // namespace
@@ -107,33 +84,24 @@ void exchange(Pipe& in, Pipe& out, Pipe& err, std::string const& input, Outcome&
 Outcome run(std::string const& program, std::vector<std::string> const& arguments,
             std::string const& input, std::vector<std::string> const& extraEnvironment,
             bool inherit) {
-    // A child that exits before reading all its input must not kill us.
-    signal(SIGPIPE, SIG_IGN);
-    Pipe in, out, err;
+    MemoryFile in(input), out, err;
     SpawnActions actions;
-    actions.redirect(in.read(), STDIN_FILENO);
-    actions.redirect(out.write(), STDOUT_FILENO);
-    actions.redirect(err.write(), STDERR_FILENO);
+    actions.redirect(in.fd(), STDIN_FILENO);
+    actions.redirect(out.fd(), STDOUT_FILENO);
+    actions.redirect(err.fd(), STDERR_FILENO);
 
     std::vector<std::string> argv{program};
     argv.insert(argv.end(), arguments.begin(), arguments.end());
-    auto environment = environmentWith(extraEnvironment, inherit);
+    std::vector<std::string> environment;
+    for (char** entry = environ; inherit && *entry != nullptr; ++entry)
+        environment.emplace_back(*entry);
+    environment.insert(environment.end(), extraEnvironment.begin(), extraEnvironment.end());
     pid_t pid = 0;
     if (posix_spawn(&pid, program.c_str(), actions.get(), nullptr, pointers(argv).data(),
                     pointers(environment).data()) != 0)
         throw std::runtime_error("cannot start " + program);
-    in.closeRead();
-    out.closeWrite();
-    err.closeWrite();
-
-    Outcome outcome;
-    exchange(in, out, err, input, outcome);
-    int status = 0;
-    while (waitpid(pid, &status, 0) < 0 && errno == EINTR) {
-    }
-    outcome.status = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
-    return outcome;
+    int const status = waitFor(pid);
+    return {status, out.contents(), err.contents()};
 }
-
 
 } // namespace zorq::testing
