@@ -12,11 +12,6 @@ namespace {
 
 using fake::Record;
 
-inspector_string Text(std::string_view text) {
-    return {reinterpret_cast<unsigned char const*>(text.data()),
-            static_cast<std::uint32_t>(text.size())};
-}
-
 class CoreRegistrations : public ::testing::Test {
 protected:
     void TearDown() override { fake::ReleaseEvaluationMemory(); }
@@ -33,9 +28,9 @@ protected:
 };
 
 TEST_F(CoreRegistrations, PiecesPointIntoTheWholeSubjectWithoutCopies) {
-    inspector_string whole = Text("key=value;rest");
+    inspector_string whole = fake::View("key=value;rest");
     substring key = Indexed<substring>("first", integer{9}, whole);
-    substring pieces[] = {key, Indexed<substring>("last", Text("e"), key),
+    substring pieces[] = {key, Indexed<substring>("last", fake::View("e"), key),
                           Indexed<substring>("character", integer{1}, key),
                           Property<substring>("following text", key)};
     for (substring const& piece : pieces) {
@@ -44,17 +39,17 @@ TEST_F(CoreRegistrations, PiecesPointIntoTheWholeSubjectWithoutCopies) {
     }
     EXPECT_EQ(pieces[1].pointer, whole.pointer + 8);
     Record const& fields = fake::Property("substrings separated by", "string", "substring");
-    inspector_string separator = Text("=");
+    inspector_string separator = fake::View("=");
     std::vector<substring> parts = fake::Iterate<substring>(fields, &separator, &key);
     ASSERT_EQ(parts.size(), 2u);
     EXPECT_EQ(parts[1].pointer, whole.pointer + 4);
     EXPECT_EQ(parts[1].whole, whole.pointer);
-    EXPECT_EQ(fake::EvaluationBlockCount(), 0u);
+    EXPECT_EQ(fake::evaluationBlocks.size(), 0u);
 }
 
 TEST_F(CoreRegistrations, WithoutAResultSlotNothingRunsButANegativeIndexIsStillNoObject) {
-    inspector_string subject = Text("abc");
-    inspector_string missing = Text("zzz");
+    inspector_string subject = fake::View("abc");
+    inspector_string missing = fake::View("zzz");
     integer minusOne = -1, zero = 0, one = 1;
     Record const& firstText = fake::Property("first", "string", "string");
     EXPECT_NO_THROW(firstText.get(nullptr, &missing, &subject, nullptr, firstText.userData));
@@ -68,7 +63,7 @@ TEST_F(CoreRegistrations, WithoutAResultSlotNothingRunsButANegativeIndexIsStillN
 }
 
 TEST_F(CoreRegistrations, VersionComponentsAreAlignedInEvaluationMemory) {
-    version v = fake::CastValue<version>("version", "string", Text("3.14.159"));
+    version v = fake::CastValue<version>("version", "string", fake::View("3.14.159"));
     ASSERT_EQ(v.count, 3u);
     EXPECT_EQ(reinterpret_cast<std::uintptr_t>(v.components) % alignof(std::uint64_t), 0u);
     EXPECT_EQ(v.components[2], 159u);
@@ -105,13 +100,13 @@ integer Twice(integer const& n) {
 }
 
 TEST_F(CoreRegistrations, RegistrationObjectsWithdrawOnDestruction) {
-    std::size_t before = fake::Registrations().size();
+    std::size_t before = fake::Live().size();
     {
         zor::core::CastRegistration<integer, integer> twice("twice", &Twice);
-        EXPECT_EQ(fake::Registrations().size(), before + 1);
+        EXPECT_EQ(fake::Live().size(), before + 1);
         EXPECT_EQ(fake::CastValue<integer>("twice", "integer", integer{21}), 42);
     }
-    EXPECT_EQ(fake::Registrations().size(), before);
+    EXPECT_EQ(fake::Live().size(), before);
     EXPECT_THROW(fake::Cast("twice", "integer"), std::logic_error);
 }
 

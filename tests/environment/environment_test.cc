@@ -12,42 +12,15 @@
 #include "tests/environment/scoped_environment.h"
 #include "tests/framework/fake_registry.h"
 
-using fake::Call;
 using fake::Record;
 
 namespace {
 
-std::string Text(inspector_string const& s) {
-    return std::string(reinterpret_cast<char const*>(s.pointer), s.length);
-}
-
-Record const& Registered(Call call, std::string const& phrase, std::string const& objectType) {
-    for (Record const& record : fake::Log()) {
-        if (record.call == call && record.phrase == phrase && record.objectType == objectType) {
-            return record;
-        }
-    }
-    throw std::runtime_error("not registered: " + phrase);
-}
-
 // Every variable the registered iteration yields.
 std::vector<environment_variable> Variables() {
-    Record const& r = Registered(Call::RegisterIteratedProperty, "variable", "environment");
     environment const env{};
-    alignas(std::max_align_t) unsigned char state[sizeof(environment_var_iterator)];
-    r.construct(state);
-    std::vector<environment_variable> variables;
-    environment_variable variable{};
-    try {
-        r.first(&variable, nullptr, &env, state, r.userData);
-        for (;;) {
-            variables.push_back(variable);
-            r.next(&variable, nullptr, &env, state, r.userData);
-        }
-    } catch (NoSuchObject const&) {
-    }
-    r.destroy(state);
-    return variables;
+    return fake::Iterate<environment_variable>(fake::Property("variable", "", "environment"),
+                                               nullptr, &env);
 }
 
 environment_variable Lookup(std::string const& name) {
@@ -58,11 +31,10 @@ environment_variable Lookup(std::string const& name) {
 } // namespace
 
 TEST(EnvironmentRegistrations, SizesTheEvaluatorReserves) {
-    EXPECT_EQ(Registered(Call::RegisterType, "environment", "").valueSize, 1u);
-    EXPECT_EQ(Registered(Call::RegisterType, "environment", "").blockSize, 512u);
-    EXPECT_EQ(Registered(Call::RegisterType, "environment variable", "").valueSize,
-              sizeof(environment_variable));
-    Record const& walk = Registered(Call::RegisterIteratedProperty, "variable", "environment");
+    EXPECT_EQ(fake::Type("environment").valueSize, 1u);
+    EXPECT_EQ(fake::Type("environment").blockSize, 512u);
+    EXPECT_EQ(fake::Type("environment variable").valueSize, sizeof(environment_variable));
+    Record const& walk = fake::Property("variable", "", "environment");
     EXPECT_EQ(walk.stateSize, sizeof(environment_var_iterator));
     EXPECT_EQ(walk.blockSize, 128u);
     // The environment changes between evaluations: no answer may be kept.
@@ -73,23 +45,23 @@ TEST(EnvironmentRegistrations, SizesTheEvaluatorReserves) {
 
 TEST(EnvironmentVariables, PointIntoTheEntriesAndTheStringFormAllocatesOnce) {
     ScopedEnvironment env({"HOME=/Users/x", "A=b=c"});
-    fake::AllocationSizes().clear();
+    fake::allocationSizes.clear();
     std::vector<environment_variable> variables = Variables();
     ASSERT_EQ(variables.size(), 2u);
     EXPECT_EQ(reinterpret_cast<char const*>(variables[1].name.pointer), env.Entry(1));
     EXPECT_EQ(reinterpret_cast<char const*>(variables[1].value.pointer), env.Entry(1) + 2);
-    Record const& cast = Registered(Call::RegisterCast, "string", "environment variable");
+    Record const& cast = fake::Cast("string", "environment variable");
     inspector_string text{};
     cast.cast(&text, &variables[0], cast.userData);
-    EXPECT_EQ(Text(text), "HOME = /Users/x");
-    EXPECT_EQ(fake::AllocationSizes(), std::vector<unsigned long>{4 + 8 + 3});
+    EXPECT_EQ(fake::Text(text), "HOME = /Users/x");
+    EXPECT_EQ(fake::allocationSizes, std::vector<unsigned long>{4 + 8 + 3});
 }
 
 TEST(EnvironmentVariables, EveryWalkReloadsTheLiveEnvironment) {
     ScopedEnvironment first({"ONE=1", "TWO=2"});
     environment_var_iterator walk;
     ScopedEnvironment second({"THREE=3"});
-    EXPECT_EQ(Text(walk.First(environment{}).name), "THREE");
+    EXPECT_EQ(fake::Text(walk.First(environment{}).name), "THREE");
     EXPECT_THROW(walk.Next(environment{}), NoSuchObject);
 }
 
@@ -97,7 +69,7 @@ TEST(EnvironmentLookup, NamesUpTo2047BytesAndTheCallersIndexBytes) {
     std::string const longest(2047, 'L');
     std::string const tooLong(2048, 'T');
     ScopedEnvironment env({"HOME=/Users/x", longest + "=yes", tooLong + "=no"});
-    EXPECT_EQ(Text(Lookup(longest).value), "yes");
+    EXPECT_EQ(fake::Text(Lookup(longest).value), "yes");
     EXPECT_THROW(Lookup(tooLong), NoSuchObject);
     EXPECT_EQ(reinterpret_cast<char const*>(Lookup("HOME").value.pointer), env.Entry(0) + 5);
 
@@ -105,5 +77,5 @@ TEST(EnvironmentLookup, NamesUpTo2047BytesAndTheCallersIndexBytes) {
     environment_variable const home = Lookup(index);
     EXPECT_EQ(static_cast<void const*>(home.name.pointer), static_cast<void const*>(index.data()));
     EXPECT_EQ(home.name.length, 9u) << "looked up to the NUL, named by the whole index";
-    EXPECT_EQ(Text(home.value), "/Users/x");
+    EXPECT_EQ(fake::Text(home.value), "/Users/x");
 }

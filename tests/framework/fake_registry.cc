@@ -1,7 +1,6 @@
 #include "tests/framework/fake_registry.h"
 
 #include <algorithm>
-#include <memory>
 #include <stdexcept>
 
 #include "evaluator/context.h"
@@ -13,25 +12,14 @@ std::vector<Record>& Log() {
     return log;
 }
 
-std::optional<Record> RegistrationOf(void const* block) {
-    for (auto record = Log().rbegin(); record != Log().rend(); ++record) {
-        if (record->block == block && record->call <= Call::RegisterBinaryOperator) {
-            return *record;
-        }
-    }
-    return std::nullopt;
-}
-
-std::vector<Record> CallsSince(std::size_t from) {
-    return {Log().begin() + static_cast<std::ptrdiff_t>(from), Log().end()};
-}
-
-namespace {
-
 std::vector<Record>& Live() {
     static std::vector<Record> live;
     return live;
 }
+
+namespace {
+
+InspectorContext* installedContext = nullptr;
 
 template <class Match> Record const& Single(Match match, std::string const& what) {
     Record const* found = nullptr;
@@ -47,70 +35,33 @@ template <class Match> Record const& Single(Match match, std::string const& what
     return *found;
 }
 
-// Max-aligned, as the evaluator's blocks are, so misaligned values show up.
-std::vector<std::unique_ptr<std::max_align_t[]>>& Allocations() {
-    static std::vector<std::unique_ptr<std::max_align_t[]>> blocks;
-    return blocks;
-}
-
-InspectorContext*& InstalledContext() {
-    static InspectorContext* context = nullptr;
-    return context;
-}
-
-// The block and the callbacks a registration call may carry.
-Record Registration(Call call, void* block, unsigned long blockSize, DestroyFunction destroy,
-                    void const* userData, FingerprintFunction fingerprint) {
-    Record record{call};
-    record.block = block;
-    record.blockSize = blockSize;
-    record.destroy = destroy;
-    record.userData = userData;
-    record.fingerprint = fingerprint;
-    return record;
-}
-
-// The names both kinds of property are registered under.
-void NameProperty(Record& record, char const* phrase, char const* plural, char const* indexType,
-                  char const* objectType, char const* resultType) {
-    record.phrase = phrase;
-    record.plural = plural;
-    record.indexType = indexType;
-    record.objectType = objectType;
-    record.resultType = resultType;
-}
-
 void Registered(Record const& record) {
     Log().push_back(record);
     Live().push_back(record);
 }
 
-// Whether `withdrawal` ends a registration made by `registration`.
-bool Withdraws(Call withdrawal, Call registration) {
+// Withdraws the registration of `block` that `call` ends.
+void Unregistered(Call call, void* block) {
     static constexpr Call kEnds[] = {Call::UnregisterType, Call::UnregisterProperty,
                                      Call::UnregisterProperty, Call::UnregisterCast,
                                      Call::UnregisterBinaryOperator};
-    auto const index = static_cast<std::size_t>(registration);
-    return index < std::size(kEnds) && kEnds[index] == withdrawal;
-}
-
-void Unregistered(Call call, void* block) {
     auto& live = Live();
     auto at = std::find_if(live.begin(), live.end(), [&](Record const& r) {
-        return r.block == block && Withdraws(call, r.call);
+        return r.block == block && kEnds[static_cast<std::size_t>(r.call)] == call;
     });
     if (at == live.end())
         throw std::logic_error("withdrawing a registration that is not in force");
     live.erase(at);
-    Record record{call};
-    record.block = block;
-    Log().push_back(record);
+    Log().push_back({.call = call, .block = block});
 }
 
 } // namespace
 
-std::vector<Record> const& Registrations() {
-    return Live();
+std::optional<Record> RegistrationOf(void const* block) {
+    for (auto record = Log().rbegin(); record != Log().rend(); ++record)
+        if (record->block == block && record->call <= Call::RegisterBinaryOperator)
+            return *record;
+    return std::nullopt;
 }
 
 Record const& Type(std::string const& name) {
@@ -146,62 +97,38 @@ Record const& Operator(int code, std::string const& leftType, std::string const&
         "operator " + std::to_string(code) + " of " + leftType + " and " + rightType);
 }
 
-std::vector<unsigned long>& AllocationSizes() {
-    static std::vector<unsigned long> sizes;
-    return sizes;
-}
-
-void ReleaseEvaluationMemory() {
-    Allocations().clear();
-}
-
-std::size_t EvaluationBlockCount() {
-    return Allocations().size();
-}
-
-std::vector<std::pair<std::string, std::string>>& TupleNameRequests() {
-    static std::vector<std::pair<std::string, std::string>> requests;
-    return requests;
-}
-
-int& InterruptionChecks() {
-    static int checks = 0;
-    return checks;
-}
-
-bool& InterruptionArmed() {
-    static bool armed = false;
-    return armed;
-}
-
 } // namespace fake
 
 using fake::Call;
-using fake::Record;
 
 extern "C" {
 
 void Register_Type(void* block, unsigned long blockSize, char const* name, unsigned long valueSize,
                    DestroyFunction destroy, char const* baseName, int reserved) {
-    Record record =
-        fake::Registration(Call::RegisterType, block, blockSize, destroy, nullptr, nullptr);
-    record.phrase = name;
-    record.valueSize = valueSize;
-    if (baseName) {
-        record.baseName = baseName;
-    }
-    record.reserved = reserved;
-    fake::Registered(record);
+    fake::Registered({.call = Call::RegisterType,
+                      .block = block,
+                      .blockSize = blockSize,
+                      .phrase = name,
+                      .baseName = baseName ? std::optional<std::string>(baseName) : std::nullopt,
+                      .valueSize = valueSize,
+                      .reserved = reserved,
+                      .destroy = destroy});
 }
 
 void Register_Property(void* block, unsigned long blockSize, char const* phrase, char const* plural,
                        char const* indexType, char const* objectType, char const* resultType,
                        PropertyThunk get, void const* userData, FingerprintFunction fingerprint) {
-    Record record = fake::Registration(Call::RegisterProperty, block, blockSize, nullptr, userData,
-                                       fingerprint);
-    fake::NameProperty(record, phrase, plural, indexType, objectType, resultType);
-    record.get = get;
-    fake::Registered(record);
+    fake::Registered({.call = Call::RegisterProperty,
+                      .block = block,
+                      .blockSize = blockSize,
+                      .phrase = phrase,
+                      .plural = plural,
+                      .indexType = indexType,
+                      .objectType = objectType,
+                      .resultType = resultType,
+                      .get = get,
+                      .userData = userData,
+                      .fingerprint = fingerprint});
 }
 
 void Register_Iterated_Property(void* block, unsigned long blockSize, char const* phrase,
@@ -210,40 +137,51 @@ void Register_Iterated_Property(void* block, unsigned long blockSize, char const
                                 ConstructFunction construct, DestroyFunction destroy,
                                 PropertyThunk first, PropertyThunk next, void const* userData,
                                 FingerprintFunction fingerprint) {
-    Record record = fake::Registration(Call::RegisterIteratedProperty, block, blockSize, destroy,
-                                       userData, fingerprint);
-    fake::NameProperty(record, phrase, plural, indexType, objectType, resultType);
-    record.stateSize = stateSize;
-    record.construct = construct;
-    record.first = first;
-    record.next = next;
-    fake::Registered(record);
+    fake::Registered({.call = Call::RegisterIteratedProperty,
+                      .block = block,
+                      .blockSize = blockSize,
+                      .phrase = phrase,
+                      .plural = plural,
+                      .indexType = indexType,
+                      .objectType = objectType,
+                      .resultType = resultType,
+                      .stateSize = stateSize,
+                      .destroy = destroy,
+                      .construct = construct,
+                      .first = first,
+                      .next = next,
+                      .userData = userData,
+                      .fingerprint = fingerprint});
 }
 
 void Register_Cast(void* block, unsigned long blockSize, char const* phrase, char const* sourceType,
                    char const* targetType, CastThunk cast, void const* userData,
                    FingerprintFunction fingerprint) {
-    Record record =
-        fake::Registration(Call::RegisterCast, block, blockSize, nullptr, userData, fingerprint);
-    record.phrase = phrase;
-    record.objectType = sourceType;
-    record.resultType = targetType;
-    record.cast = cast;
-    fake::Registered(record);
+    fake::Registered({.call = Call::RegisterCast,
+                      .block = block,
+                      .blockSize = blockSize,
+                      .phrase = phrase,
+                      .objectType = sourceType,
+                      .resultType = targetType,
+                      .cast = cast,
+                      .userData = userData,
+                      .fingerprint = fingerprint});
 }
 
 void Register_Binary_Operator(void* block, unsigned long blockSize, int operatorCode,
                               char const* leftType, char const* rightType, char const* resultType,
                               OperatorThunk op, void const* userData,
                               FingerprintFunction fingerprint) {
-    Record record = fake::Registration(Call::RegisterBinaryOperator, block, blockSize, nullptr,
-                                       userData, fingerprint);
-    record.operatorCode = operatorCode;
-    record.objectType = leftType;
-    record.rightType = rightType;
-    record.resultType = resultType;
-    record.op = op;
-    fake::Registered(record);
+    fake::Registered({.call = Call::RegisterBinaryOperator,
+                      .block = block,
+                      .blockSize = blockSize,
+                      .objectType = leftType,
+                      .rightType = rightType,
+                      .resultType = resultType,
+                      .operatorCode = operatorCode,
+                      .op = op,
+                      .userData = userData,
+                      .fingerprint = fingerprint});
 }
 
 void Unregister_Type(void* block) {
@@ -259,18 +197,18 @@ void Unregister_Binary_Operator(void* block) {
     fake::Unregistered(Call::UnregisterBinaryOperator, block);
 }
 
+// Max-aligned, as the evaluator's blocks are, so misaligned values show up.
 void* Allocate_Inspector_Memory(unsigned long size) {
-    fake::AllocationSizes().push_back(size);
-    fake::Allocations().push_back(
+    fake::allocationSizes.push_back(size);
+    fake::evaluationBlocks.push_back(
         std::make_unique<std::max_align_t[]>(size / sizeof(std::max_align_t) + 1));
-    return fake::Allocations().back().get();
+    return fake::evaluationBlocks.back().get();
 }
 
 void Check_For_Inspector_Interruption() {
-    ++fake::InterruptionChecks();
-    if (fake::InterruptionArmed()) {
+    ++fake::interruptionChecks;
+    if (fake::interruptionArmed)
         throw EvaluationInterrupted();
-    }
 }
 
 void Fingerprint_Byte_Range(Fingerprinter& fingerprinter, void const* begin, void const* end) {
@@ -281,19 +219,19 @@ void Fingerprint_Byte_Range(Fingerprinter& fingerprinter, void const* begin, voi
 } // extern "C"
 
 std::string MakeTupleTypeName(char const* first, char const* second) {
-    fake::TupleNameRequests().emplace_back(first, second);
+    fake::tupleNameRequests.emplace_back(first, second);
     return std::string("<") + first + "|" + second + ">";
 }
 
 InspectorContext* Get_Generic_Inspector_Context() {
-    return fake::InstalledContext();
+    return fake::installedContext;
 }
 
 ScopedInspectorContext::ScopedInspectorContext(InspectorContext* context)
-    : previous_(fake::InstalledContext()) {
-    fake::InstalledContext() = context;
+    : previous_(fake::installedContext) {
+    fake::installedContext = context;
 }
 
 ScopedInspectorContext::~ScopedInspectorContext() {
-    fake::InstalledContext() = previous_;
+    fake::installedContext = previous_;
 }

@@ -5,13 +5,16 @@
 #pragma once
 
 #include <cstddef>
+#include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
 #include "evaluator/errors.h"
 #include "evaluator/registration.h"
+#include "evaluator/values.h"
 
 class Fingerprinter {
 public:
@@ -20,6 +23,7 @@ public:
 
 namespace fake {
 
+// The registration calls, then the withdrawals in the same order.
 enum class Call {
     RegisterType,
     RegisterProperty,
@@ -34,17 +38,16 @@ enum class Call {
 
 // One call into the registration API, with the arguments it was given.
 struct Record {
-    explicit Record(Call kind) : call(kind) {}
-    Call call;
+    Call call = Call::RegisterType;
     void* block = nullptr;
     unsigned long blockSize = 0;
-    std::string phrase; // a type's name, a cast's phrase
-    std::string plural;
-    std::string indexType;
-    std::string objectType; // a cast's source type, an operator's left type
-    std::string rightType;
-    std::string resultType;
-    std::optional<std::string> baseName;
+    std::string phrase{}; // a type's name, a cast's phrase
+    std::string plural{};
+    std::string indexType{};
+    std::string objectType{}; // a cast's source type, an operator's left type
+    std::string rightType{};
+    std::string resultType{};
+    std::optional<std::string> baseName{};
     unsigned long valueSize = 0;
     unsigned long stateSize = 0;
     int reserved = -1;
@@ -60,18 +63,30 @@ struct Record {
     FingerprintFunction fingerprint = nullptr;
 };
 
-// Every call so far, in order.
+// Every call so far, in order, and the registrations made and not yet
+// withdrawn (withdrawing one that is not in force throws std::logic_error).
+// Kept in function statics, which outlive the registration objects of every
+// unit that withdraw at exit.
 std::vector<Record>& Log();
+std::vector<Record>& Live();
+
+// The sizes requested from Allocate_Inspector_Memory, in order, and the blocks
+// it handed out, held until ReleaseEvaluationMemory as an evaluation does.
+inline std::vector<unsigned long> allocationSizes;
+inline std::vector<std::unique_ptr<std::max_align_t[]>> evaluationBlocks;
+inline void ReleaseEvaluationMemory() {
+    evaluationBlocks.clear();
+}
+
+// The arguments MakeTupleTypeName was called with, in order.
+inline std::vector<std::pair<std::string, std::string>> tupleNameRequests;
+
+// How often Check_For_Inspector_Interruption ran; when armed it throws.
+inline int interruptionChecks = 0;
+inline bool interruptionArmed = false;
 
 // The latest registration call made with `block`, if any.
 std::optional<Record> RegistrationOf(void const* block);
-
-// The calls made after position `from` of the log.
-std::vector<Record> CallsSince(std::size_t from);
-
-// The registrations made and not yet withdrawn, in the order they were made.
-// Withdrawing one that is not in force throws std::logic_error.
-std::vector<Record> const& Registrations();
 
 // The single registration in force that matches; throws std::logic_error
 // otherwise. A property matches by its phrase or its plural, plain or iterated.
@@ -81,20 +96,14 @@ Record const& Property(std::string const& phrase, std::string const& indexType,
 Record const& Cast(std::string const& phrase, std::string const& sourceType);
 Record const& Operator(int code, std::string const& leftType, std::string const& rightType);
 
-// The sizes requested from Allocate_Inspector_Memory, in order.
-std::vector<unsigned long>& AllocationSizes();
-
-// Frees every Allocate_Inspector_Memory block handed out so far, as the end of
-// an evaluation does, and how many are held until then.
-void ReleaseEvaluationMemory();
-std::size_t EvaluationBlockCount();
-
-// The arguments MakeTupleTypeName was called with, in order.
-std::vector<std::pair<std::string, std::string>>& TupleNameRequests();
-
-// How often Check_For_Inspector_Interruption ran; when armed it throws.
-int& InterruptionChecks();
-bool& InterruptionArmed();
+// The bytes of an inspector string, and an inspector string viewing text.
+inline std::string Text(inspector_string const& s) {
+    return {reinterpret_cast<char const*>(s.pointer), s.length};
+}
+inline inspector_string View(std::string_view text) {
+    return {reinterpret_cast<unsigned char const*>(text.data()),
+            static_cast<std::uint32_t>(text.size())};
+}
 
 // Calls a registration's thunk as the evaluator does and returns its result.
 template <class R> R Get(Record const& r, void const* index, void const* object) {

@@ -10,40 +10,34 @@
 #include "framework/tuples.h"
 #include "tests/framework/fake_registry.h"
 
-namespace {
-
-std::string Text(inspector_string const& s) {
-    return std::string(reinterpret_cast<char const*>(s.pointer), s.length);
-}
-
-} // namespace
+namespace {} // namespace
 
 TEST(InspectorMemory, CopyRequestsExactlyTheLengthAndCopies) {
-    fake::AllocationSizes().clear();
+    fake::allocationSizes.clear();
     inspector_string empty = CopyToInspectorString(ConstData());
     EXPECT_EQ(empty.length, 0u);
-    ASSERT_EQ(fake::AllocationSizes().size(), 1u);
-    EXPECT_EQ(fake::AllocationSizes()[0], 0u);
+    ASSERT_EQ(fake::allocationSizes.size(), 1u);
+    EXPECT_EQ(fake::allocationSizes[0], 0u);
 
     std::string const expected("bytes\0here!", 11);
     std::string source = expected;
     inspector_string copy = CopyToInspectorString(ConstData(source));
-    EXPECT_EQ(fake::AllocationSizes().back(), source.size());
+    EXPECT_EQ(fake::allocationSizes.back(), source.size());
     EXPECT_NE(static_cast<void const*>(copy.pointer), static_cast<void const*>(source.data()));
     source[0] = 'X';
-    EXPECT_EQ(Text(copy), expected) << "the copy does not follow the source";
+    EXPECT_EQ(fake::Text(copy), expected) << "the copy does not follow the source";
 }
 
 TEST(InspectorMemory, CopyOfARopeJoinsItsPiecesInOrder) {
-    fake::AllocationSizes().clear();
+    fake::allocationSizes.clear();
     ConstData const pieces[] = {ConstData("left"), ConstData(""), ConstData(" = "),
                                 ConstData("right")};
     ConstDataRopeReference rope(pieces);
     EXPECT_EQ(rope.Length(), 12u);
     inspector_string joined = CopyToInspectorString(rope);
-    EXPECT_EQ(Text(joined), "left = right");
-    ASSERT_EQ(fake::AllocationSizes().size(), 1u);
-    EXPECT_EQ(fake::AllocationSizes()[0], 12u);
+    EXPECT_EQ(fake::Text(joined), "left = right");
+    ASSERT_EQ(fake::allocationSizes.size(), 1u);
+    EXPECT_EQ(fake::allocationSizes[0], 12u);
 }
 
 TEST(InspectorMemory, ViewsShareTheBytes) {
@@ -68,35 +62,35 @@ TEST(InspectorMemory, NarrowingKeepsTheLowBits) {
 }
 
 TEST(InspectorMemory, InterruptionCheckReachesTheEvaluator) {
-    int before = fake::InterruptionChecks();
+    int before = fake::interruptionChecks;
     CheckForInspectorInterruption();
-    EXPECT_EQ(fake::InterruptionChecks(), before + 1);
-    fake::InterruptionArmed() = true;
+    EXPECT_EQ(fake::interruptionChecks, before + 1);
+    fake::interruptionArmed = true;
     EXPECT_THROW(CheckForInspectorInterruption(), EvaluationInterrupted);
-    fake::InterruptionArmed() = false;
+    fake::interruptionArmed = false;
 }
 
 TEST(Tuples, TypeNamesAreBuiltOnceFromTheMemberNames) {
-    fake::TupleNameRequests().clear();
+    fake::tupleNameRequests.clear();
     std::string tuple = InspectorTuple2<time_range, integer>::TypeName();
     EXPECT_EQ(tuple, "<time range|integer>");
     std::string timed = TimedValue<integer>::TypeName();
     EXPECT_EQ(timed, "timed" + tuple);
     EXPECT_EQ(TimedValue<integer>::TypeName(), TimedValue<integer>::TypeName());
-    ASSERT_EQ(fake::TupleNameRequests().size(), 1u) << "the name is built once";
-    EXPECT_EQ(fake::TupleNameRequests()[0].first, "time range");
-    EXPECT_EQ(fake::TupleNameRequests()[0].second, "integer");
+    ASSERT_EQ(fake::tupleNameRequests.size(), 1u) << "the name is built once";
+    EXPECT_EQ(fake::tupleNameRequests[0].first, "time range");
+    EXPECT_EQ(fake::tupleNameRequests[0].second, "integer");
     EXPECT_EQ(MakeTimedValueTypeName("( a, b )"), "timed( a, b )");
 }
 
 TEST(Tuples, TimedValueCopiesItsMembersIntoEvaluatorMemory) {
-    fake::AllocationSizes().clear();
+    fake::allocationSizes.clear();
     time_range range{{100}, {200}};
     integer count = 17;
     TimedValue<integer> timed = CopyToTimedValue(range, count);
-    ASSERT_EQ(fake::AllocationSizes().size(), 2u);
-    EXPECT_EQ(fake::AllocationSizes()[0], 8u);
-    EXPECT_EQ(fake::AllocationSizes()[1], 16u);
+    ASSERT_EQ(fake::allocationSizes.size(), 2u);
+    EXPECT_EQ(fake::allocationSizes[0], 8u);
+    EXPECT_EQ(fake::allocationSizes[1], 16u);
     range.start.microseconds = 0;
     count = 0;
 

@@ -44,13 +44,7 @@ struct Slot {
 };
 
 Record At(void const* object) {
-    std::optional<Record> record = fake::RegistrationOf(object);
-    EXPECT_TRUE(record.has_value());
-    return record.value_or(Record(Call::RegisterType));
-}
-
-std::string Text(inspector_string const& s) {
-    return std::string(reinterpret_cast<char const*>(s.pointer), s.length);
+    return fake::RegistrationOf(object).value();
 }
 
 void Fingerprint(Fingerprinter&) {}
@@ -373,7 +367,7 @@ TEST(Registration, ThunksPassIndexAndObjectAndCopyTheWholeResult) {
     Record const cast = At(&o.cast);
     widget six{0, 6};
     cast.cast(slot.bytes, &six, cast.userData);
-    EXPECT_EQ(Text(slot.As<inspector_string>()), "widget");
+    EXPECT_EQ(fake::Text(slot.As<inspector_string>()), "widget");
 
     sprocket teeth{30}, same{12};
     Record const plus = At(&o.plus);
@@ -421,7 +415,7 @@ TEST(Registration, IteratorsWalkInTheirStateAndAreDestroyed) {
     std::vector<std::string> prefixes;
     for (inspector_string const& s :
          fake::Iterate<inspector_string>(At(&o.prefixes), &kWord, nullptr))
-        prefixes.push_back(Text(s));
+        prefixes.push_back(fake::Text(s));
     EXPECT_EQ(prefixes, (std::vector<std::string>{"a", "ab", "abc"}));
     integer count = 4;
     EXPECT_EQ(fake::Iterate<integer>(At(&o.multiples), &count, &three),
@@ -439,21 +433,21 @@ TEST(Registration, DestroyOfATypeRunsTheDestructorInPlace) {
 
 TEST(Registration, ObjectsWithdrawExactlyTheirOwnBlockNewestFirst) {
     std::size_t const before = fake::Log().size();
-    std::vector<Record> registered;
+    std::size_t registered = 0;
     {
         Objects o;
-        registered = fake::CallsSince(before);
+        registered = fake::Log().size() - before;
     }
-    std::vector<Record> const withdrawn = fake::CallsSince(before + registered.size());
-    ASSERT_EQ(withdrawn.size(), registered.size());
-    for (std::size_t i = 0; i < withdrawn.size(); ++i) {
-        Record const& registration = registered[registered.size() - 1 - i];
-        EXPECT_EQ(withdrawn[i].block, registration.block) << i;
+    ASSERT_EQ(fake::Log().size(), before + 2 * registered);
+    for (std::size_t i = 0; i < registered; ++i) {
+        Record const& registration = fake::Log()[before + registered - 1 - i];
+        Record const& withdrawal = fake::Log()[before + registered + i];
+        EXPECT_EQ(withdrawal.block, registration.block) << i;
         Call const expected = registration.call == Call::RegisterType   ? Call::UnregisterType
                               : registration.call == Call::RegisterCast ? Call::UnregisterCast
                               : registration.call == Call::RegisterBinaryOperator
                                   ? Call::UnregisterBinaryOperator
                                   : Call::UnregisterProperty;
-        EXPECT_EQ(withdrawn[i].call, expected) << i;
+        EXPECT_EQ(withdrawal.call, expected) << i;
     }
 }
