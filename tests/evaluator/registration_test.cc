@@ -42,7 +42,7 @@ TEST(Registration, ListingShowsEveryKindWithItsTypes) {
         });
     };
     EXPECT_TRUE(has({"type", "test dog", "", "", "", "test animal"}));
-    EXPECT_TRUE(has({"property", "test pet", "test pets", "string", "", "test animal"}));
+    EXPECT_TRUE(has({"property", "legs", "legs", "", "test animal", "integer"}));
     EXPECT_TRUE(has({"iterated property", "tick", "ticks", "integer", "", "integer"}));
     EXPECT_TRUE(has({"cast", "string", "", "", "test animal", "string"}));
     EXPECT_TRUE(has({"aggregate", "sum", "", "", "integer", "integer"}));

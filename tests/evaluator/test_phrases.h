@@ -31,7 +31,7 @@ inline inspector_string literal(char const* text) {
             static_cast<std::uint32_t>(std::strlen(text))};
 }
 
-inline Animal const kPets[] = {{4, "rex"}, {4, "tom"}, {2, "polly"}};
+inline Animal const kRex{4, "rex"};
 
 // Registers the test phrases for its lifetime.
 class TestPhrases {
@@ -47,12 +47,11 @@ public:
         property("legs", "legs", "", "test animal", "integer", legs);
         property("sound", "sounds", "", "test animal", "string", animalSound);
         property("sound", "sounds", "", "test dog", "string", dogSound);
-        property("test pet", "test pets", "integer", "", "test animal", petByNumber);
-        property("test pet", "test pets", "string", "", "test animal", petByName);
         property("test resource", "test resources", "", "", "test resource", resource);
         property("id", "ids", "", "test resource", "integer", resourceId);
-        iterated("test pet", "test pets", "", "test animal", sizeof(integer), pets, pets);
-        iterated("tick", "ticks", "integer", "integer", sizeof(Ticker), tickFirst, tickNext);
+        Register_Iterated_Property(blocks_[properties_++], kPropertyBlockSize, "tick", "ticks",
+                                   "integer", "", "integer", sizeof(Ticker), construct, destroy,
+                                   tickFirst, tickNext, nullptr, nullptr);
         Register_Cast(casts_[0], sizeof casts_[0], "string", "test animal", "string", animalName,
                       nullptr, nullptr);
     }
@@ -81,12 +80,6 @@ private:
         Register_Property(blocks_[properties_++], kPropertyBlockSize, phrase, plural, index, object,
                           result, get, nullptr, nullptr);
     }
-    void iterated(char const* phrase, char const* plural, char const* index, char const* result,
-                  unsigned long stateSize, PropertyThunk first, PropertyThunk next) {
-        Register_Iterated_Property(blocks_[properties_++], kPropertyBlockSize, phrase, plural,
-                                   index, "", result, stateSize, construct, destroy, first, next,
-                                   nullptr, nullptr);
-    }
 
     static void construct(void* state) {
         ++counters.constructed;
@@ -96,7 +89,7 @@ private:
     static void destroyResource(void const*) { ++counters.valuesDestroyed; }
 
     static void theDog(void* result, void const*, void const*, void*, void const*) {
-        *static_cast<Animal*>(result) = kPets[0];
+        *static_cast<Animal*>(result) = kRex;
     }
     static void legs(void* result, void const*, void const* object, void*, void const*) {
         *static_cast<integer*>(result) = static_cast<Animal const*>(object)->legs;
@@ -106,28 +99,6 @@ private:
     }
     static void dogSound(void* result, void const*, void const*, void*, void const*) {
         *static_cast<inspector_string*>(result) = literal("woof");
-    }
-    static void petByNumber(void* result, void const* index, void const*, void*, void const*) {
-        integer n = *static_cast<integer const*>(index);
-        if (n < 1 || n > 3)
-            throw NoSuchObject();
-        *static_cast<Animal*>(result) = kPets[n - 1];
-    }
-    static void petByName(void* result, void const* index, void const*, void*, void const*) {
-        auto const* name = static_cast<inspector_string const*>(index);
-        for (auto const& pet : kPets)
-            if (std::string(pet.name) ==
-                std::string(reinterpret_cast<char const*>(name->pointer), name->length)) {
-                *static_cast<Animal*>(result) = pet;
-                return;
-            }
-        throw NoSuchObject();
-    }
-    static void pets(void* result, void const*, void const*, void* state, void const*) {
-        auto& position = static_cast<Ticker*>(state)->position;
-        if (position >= 3)
-            throw NoSuchObject();
-        *static_cast<Animal*>(result) = kPets[position++];
     }
     static void resource(void* result, void const*, void const*, void*, void const*) {
         *static_cast<integer*>(result) = 7;
