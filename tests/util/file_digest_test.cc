@@ -17,11 +17,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-class FileDigest : public ::testing::Test {
-protected:
-    std::string Write(std::string const& name, std::string const& content) {
-        return tree_.Write(name, content);
-    }
+struct FileDigest : ::testing::Test {
     TempTree tree_;
 };
 
@@ -37,12 +33,12 @@ TEST_F(FileDigest, DigestsAcrossManyBlocksLikeOneShot) {
     std::string content;
     for (std::size_t i = 0; i < 3 * cFileBlockSize + 123; ++i)
         content.push_back(static_cast<char>((i * 131) >> 3));
-    std::string path = Write("big", content);
+    std::string path = tree_.Write("big", content);
     EXPECT_EQ(HexDigestOfFile(path, EVPInitializer::The().SHA1()), Sha1Hex(ConstData(content)));
 }
 
 TEST_F(FileDigest, OpenDescriptorDigestsFromItsOffset) {
-    std::string path = Write("offset", "xxabc");
+    std::string path = tree_.Write("offset", "xxabc");
     AutoFD fd = OpenRegularFile(path);
     ASSERT_EQ(lseek(fd.Get(), 2, SEEK_SET), 2);
     EXPECT_EQ(HexEncode(DigestFile(fd.Get(), path, EVPInitializer::The().MD5()).Bytes()),
@@ -71,7 +67,7 @@ TEST_F(FileDigest, SpecialFilesAreRefusedWithoutBlocking) {
     // Links are followed: what counts is the kind of file they lead to.
     fs::create_symlink(fifo, tree_.Path("to_fifo"));
     EXPECT_THROW(DigestFile(tree_.Path("to_fifo"), sha1), NotARegularFile);
-    fs::create_symlink(Write("target", "abc"), tree_.Path("to_file"));
+    fs::create_symlink(tree_.Write("target", "abc"), tree_.Path("to_file"));
     EXPECT_EQ(HexEncode(DigestFile(tree_.Path("to_file"), EVPInitializer::The().MD5()).Bytes()),
               "900150983cd24fb0d6963f7d28e17f72");
 
@@ -101,17 +97,17 @@ private:
 
 TEST_F(FileDigest, FileThatShrinksOrGrowsWhileReadIsAnError) {
     std::size_t const size = 4 * 4096;
-    std::string path = Write("changing", std::string(size, 'a'));
+    std::string path = tree_.Write("changing", std::string(size, 'a'));
     Meddler shrink(path, 4096);
     EXPECT_THROW(StreamRegularFile(path, shrink, 4096 + 100), FileChangedWhileRead);
     EXPECT_FALSE(shrink.ended_);
 
-    Write("changing", std::string(size, 'a'));
+    tree_.Write("changing", std::string(size, 'a'));
     Meddler grow(path, size + 1);
     EXPECT_THROW(StreamRegularFile(path, grow, 4096), FileChangedWhileRead);
     EXPECT_FALSE(grow.ended_);
 
-    Write("changing", std::string(size, 'a'));
+    tree_.Write("changing", std::string(size, 'a'));
     Meddler same(path, size);
     StreamRegularFile(path, same, 4096);
     EXPECT_TRUE(same.ended_);

@@ -17,28 +17,6 @@ TEST(HexEncoder, DigitsOfEachNibble) {
     EXPECT_EQ(HexEncode(ConstData()), "");
 }
 
-TEST(HexEncoder, OddRoomKeepsTheSecondDigitPending) {
-    HexEncoder encoder;
-    std::string const input = "\x12\x34";
-    ConstBuffer in{ConstData(input)};
-    unsigned char room[8];
-
-    Buffer one(Data(room, 1));
-    encoder(in, one);
-    EXPECT_EQ(Text(one), "1");
-    EXPECT_EQ(in.Length(), 1u);
-
-    Buffer three(Data(room, 3));
-    encoder(in, three);
-    EXPECT_EQ(Text(three), "234"); // pending low digit first, then the next byte
-    EXPECT_TRUE(in.empty());
-
-    // Input ran out with the last byte half written: the next call finishes it.
-    Buffer more(Data(room, 8));
-    encoder(in, more);
-    EXPECT_EQ(Text(more), "");
-}
-
 TEST(HexEncoder, PendingDigitWaitsForRoom) {
     HexEncoder encoder;
     std::string const input = "\xab";
