@@ -131,27 +131,23 @@ void Register_Property(void* block, unsigned long blockSize, char const* phrase,
                       .fingerprint = fingerprint});
 }
 
+// Recorded as a plain property would be, then given its iteration.
 void Register_Iterated_Property(void* block, unsigned long blockSize, char const* phrase,
                                 char const* plural, char const* indexType, char const* objectType,
                                 char const* resultType, unsigned long stateSize,
                                 ConstructFunction construct, DestroyFunction destroy,
                                 PropertyThunk first, PropertyThunk next, void const* userData,
                                 FingerprintFunction fingerprint) {
-    fake::Registered({.call = Call::RegisterIteratedProperty,
-                      .block = block,
-                      .blockSize = blockSize,
-                      .phrase = phrase,
-                      .plural = plural,
-                      .indexType = indexType,
-                      .objectType = objectType,
-                      .resultType = resultType,
-                      .stateSize = stateSize,
-                      .destroy = destroy,
-                      .construct = construct,
-                      .first = first,
-                      .next = next,
-                      .userData = userData,
-                      .fingerprint = fingerprint});
+    Register_Property(block, blockSize, phrase, plural, indexType, objectType, resultType, nullptr,
+                      userData, fingerprint);
+    for (fake::Record* record : {&fake::Log().back(), &fake::Live().back()}) {
+        record->call = Call::RegisterIteratedProperty;
+        record->stateSize = stateSize;
+        record->construct = construct;
+        record->destroy = destroy;
+        record->first = first;
+        record->next = next;
+    }
 }
 
 void Register_Cast(void* block, unsigned long blockSize, char const* phrase, char const* sourceType,
