@@ -31,9 +31,6 @@ TEST(ZorqFormat, CaretPointsAtTheColumnAfterThePrompt) {
     EXPECT_EQ(caretLine(3, 1), "   ^\n");
     EXPECT_EQ(caretLine(3, 7), "         ^\n");
     EXPECT_EQ(caretLine(0, 2), " ^\n");
-    EXPECT_EQ(
-        formatText(failed(Kind::Syntax, 5, "unexpected \")\""), {.time = false, .caretIndent = 3}),
-        "       ^\nE: column 5: unexpected \")\"\n");
     // An evaluation error has no column to point at.
     EXPECT_EQ(formatText(failed(Kind::Evaluation, 0, "non-unique object"),
                          {.time = false, .caretIndent = 3}),

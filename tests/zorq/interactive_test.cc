@@ -50,7 +50,7 @@ public:
         auto const deadline = std::chrono::steady_clock::now() + std::chrono::seconds(5);
         while (screen_.find(text, searched_) == std::string::npos &&
                std::chrono::steady_clock::now() < deadline) {
-            if (!readSome())
+            if (!readWithin(5000))
                 break;
         }
         auto const found = screen_.find(text, searched_);
@@ -82,8 +82,6 @@ public:
     }
 
 private:
-    bool readSome() { return readWithin(5000); }
-
     bool readsLineByLine() const {
         termios modes{};
         return tcgetattr(master_, &modes) == 0 && (modes.c_lflag & ICANON) != 0;
