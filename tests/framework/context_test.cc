@@ -1,10 +1,6 @@
-// Reaching the agent's contexts: narrowing the generic context to a kind,
-// calling a kind's operations, the kind's error when an operation is missing,
-// and the fingerprint functions built on them.
+// The agent's contexts: calling a kind's operations, the kind's error when an
+// operation is missing, and the fingerprint of what depends on parameters only.
 #include <gtest/gtest.h>
-
-#include <cstring>
-#include <string>
 
 #include "framework/contexts.h"
 #include "framework/fingerprints.h"
@@ -54,20 +50,6 @@ template <class Error, class Operation> void ExpectError(Operation operation, ch
 }
 
 } // namespace
-
-TEST(Contexts, NarrowsToTheKindsTheAgentSupports) {
-    EXPECT_EQ(GetInspectorContextPointer<InspectorSiteContext>(), nullptr);
-    EXPECT_THROW(GetInspectorContext<InspectorQuamelContext>(), NoInspectorContext);
-    SiteAgentContext agent;
-    ScopedInspectorContext installed(&agent);
-    EXPECT_EQ(GetInspectorContextPointer<InspectorSiteContext>(),
-              static_cast<InspectorSiteContext const*>(&agent));
-    EXPECT_EQ(&GetInspectorContext<InspectorVersionContext>(),
-              static_cast<InspectorVersionContext const*>(&agent));
-    EXPECT_EQ(GetInspectorContextPointer<InspectorSystemContext>(), nullptr);
-    EXPECT_THROW(GetInspectorContext<InspectorProcessTableContext>(), NoInspectorContext);
-    EXPECT_STREQ(GetInspectorContext<InspectorVersionContext>().VersionOfClient(), "6.0.9.55");
-}
 
 TEST(Contexts, OperationsPassArgumentsAndMissingOnesThrowTheKindsError) {
     SiteAgentContext agent;
@@ -121,34 +103,9 @@ TEST(Contexts, EveryKindThrowsItsOwnErrorForAMissingOperation) {
         "InspectorProcessTableContextError");
 }
 
-TEST(Fingerprints, SiteListFeedsTheInstanceAndNeedsTheSiteContext) {
+TEST(Fingerprints, ParametersAloneFeedNothing) {
     Fingerprinter nothing;
     DependsOnlyOnParameters(nothing);
     EXPECT_TRUE(nothing.bytes.empty());
-
-    Fingerprinter withoutContext;
-    EXPECT_THROW(DependsOnSiteList(withoutContext), NoInspectorContext);
-
-    SystemAgentContext wrongKind;
-    {
-        ScopedInspectorContext installed(&wrongKind);
-        EXPECT_THROW(DependsOnSiteList(withoutContext), NoInspectorContext);
-    }
-
-    SiteAgentContext agent;
-    agent.getSiteMapInstance = &SiteInstance;
-    ScopedInspectorContext installed(&agent);
-    Fingerprinter first;
-    DependsOnSiteList(first);
-    ASSERT_EQ(first.bytes.size(), 4u);
-    std::uint32_t fed = 0;
-    std::memcpy(&fed, first.bytes.data(), 4);
-    EXPECT_EQ(fed, instance);
-
-    instance = 0x0A0B0C0D;
-    Fingerprinter second;
-    DependsOnSiteList(second);
-    EXPECT_NE(first.bytes, second.bytes) << "a new site list changes the fingerprint";
-
     EXPECT_THROW(NoPropertyOfWorld<integer>(), NoSuchObject);
 }

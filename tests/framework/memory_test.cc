@@ -1,11 +1,9 @@
-// Strings in evaluator memory, views, narrowing, interruption, and the
-// composite tuple and timed-value types.
+// Strings in evaluator memory, narrowing, and the composite tuple and
+// timed-value types.
 #include <gtest/gtest.h>
 
-#include <cstring>
 #include <string>
 
-#include "evaluator/errors.h"
 #include "framework/memory.h"
 #include "framework/tuples.h"
 #include "tests/framework/fake_registry.h"
@@ -40,17 +38,6 @@ TEST(InspectorMemory, CopyOfARopeJoinsItsPiecesInOrder) {
     EXPECT_EQ(fake::allocationSizes[0], 12u);
 }
 
-TEST(InspectorMemory, ViewsShareTheBytes) {
-    static unsigned char const bytes[] = {'a', 0, 'b'};
-    inspector_string s = AsInspectorString(ConstData(bytes, bytes + 3));
-    EXPECT_EQ(s.pointer, bytes);
-    EXPECT_EQ(s.length, 3u);
-    ConstData back = AsConstData(s);
-    EXPECT_EQ(back.begin(), bytes);
-    EXPECT_EQ(back.end(), bytes + 3);
-    EXPECT_TRUE(AsConstData(inspector_string{nullptr, 0}).empty());
-}
-
 TEST(InspectorMemory, NarrowingKeepsTheLowBits) {
     EXPECT_EQ(Asuint8(300), 44);
     EXPECT_EQ(Asuint8(-1), 255);
@@ -59,15 +46,6 @@ TEST(InspectorMemory, NarrowingKeepsTheLowBits) {
     EXPECT_EQ(Asuint32(0x1'2345'6789ULL), 0x2345'6789u);
     EXPECT_EQ(Asint32(0x1'0000'0005UL), 5);
     EXPECT_EQ(Asint32(0xFFFF'FFFFLL), -1);
-}
-
-TEST(InspectorMemory, InterruptionCheckReachesTheEvaluator) {
-    int before = fake::interruptionChecks;
-    CheckForInspectorInterruption();
-    EXPECT_EQ(fake::interruptionChecks, before + 1);
-    fake::interruptionArmed = true;
-    EXPECT_THROW(CheckForInspectorInterruption(), EvaluationInterrupted);
-    fake::interruptionArmed = false;
 }
 
 TEST(Tuples, TypeNamesAreBuiltOnceFromTheMemberNames) {
