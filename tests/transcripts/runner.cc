@@ -83,7 +83,7 @@ std::vector<std::string> words(std::string const& text) {
     std::string word;
     bool quoted = false;
     bool any = false;
-    for (char c : text + " ") {
+    for (char c : text) {
         if (c == '"') {
             quoted = !quoted;
             any = true;
@@ -97,6 +97,8 @@ std::vector<std::string> words(std::string const& text) {
             any = true;
         }
     }
+    if (any)
+        result.push_back(word);
     return result;
 }
 
