@@ -12,7 +12,6 @@ namespace zor::detail {
 namespace {
 
 thread_local Runtime* currentRuntime = nullptr;
-thread_local InspectorContext* currentContext = nullptr;
 // One spare arena per thread, reused by consecutive evaluations.
 thread_local std::unique_ptr<Arena> spareArena;
 
@@ -111,19 +110,6 @@ void Fingerprinter::add(void const* begin, void const* end) {
         hash_ ^= *p;
         hash_ *= 1099511628211ULL;
     }
-}
-
-InspectorContext* Get_Generic_Inspector_Context() {
-    return zor::detail::currentContext;
-}
-
-ScopedInspectorContext::ScopedInspectorContext(InspectorContext* context)
-    : previous_(zor::detail::currentContext) {
-    zor::detail::currentContext = context;
-}
-
-ScopedInspectorContext::~ScopedInspectorContext() {
-    zor::detail::currentContext = previous_;
 }
 
 extern "C" {

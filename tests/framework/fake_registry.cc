@@ -53,11 +53,6 @@ std::vector<std::unique_ptr<std::max_align_t[]>>& Allocations() {
     return blocks;
 }
 
-InspectorContext*& InstalledContext() {
-    static InspectorContext* context = nullptr;
-    return context;
-}
-
 // The block and the callbacks a registration call may carry.
 Record Registration(Call call, void* block, unsigned long blockSize, DestroyFunction destroy,
                     void const* userData, FingerprintFunction fingerprint) {
@@ -283,17 +278,4 @@ void Fingerprint_Byte_Range(Fingerprinter& fingerprinter, void const* begin, voi
 std::string MakeTupleTypeName(char const* first, char const* second) {
     fake::TupleNameRequests().emplace_back(first, second);
     return std::string("<") + first + "|" + second + ">";
-}
-
-InspectorContext* Get_Generic_Inspector_Context() {
-    return fake::InstalledContext();
-}
-
-ScopedInspectorContext::ScopedInspectorContext(InspectorContext* context)
-    : previous_(fake::InstalledContext()) {
-    fake::InstalledContext() = context;
-}
-
-ScopedInspectorContext::~ScopedInspectorContext() {
-    fake::InstalledContext() = previous_;
 }
