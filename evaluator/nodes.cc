@@ -135,12 +135,8 @@ private:
             box(last_).keep[0] = iterator_;
             return;
         }
-        // Plain records need no clean-up; the box already keeps this iterator.
-        if (resultType_.destroy) {
-            clear(box(last_));
-            box(last_).keep[0] = iterator_;
-        }
-        box(last_).constructed = false;
+        // The box already keeps this iterator; only the previous value goes.
+        destroyValue(box(last_));
     }
 
     PropertyRecord const& record_;
@@ -281,6 +277,12 @@ StreamPtr PropertyNode::open(Runtime& runtime) const {
         if (!objectValue)
             return std::make_unique<ValueStream>(Ref());
         return apply(runtime, std::move(objectValue), std::move(indexRef));
+    }
+    // A plain property gives each object at most one value: no stream per object.
+    if (record->kind != PropertyRecord::Kind::Iterated) {
+        return mapStream(object->open(runtime), [this, &runtime, indexRef](Ref const& value) {
+            return applyPlain(runtime, value, indexRef);
+        });
     }
     return flatStream(
         object->open(runtime),
