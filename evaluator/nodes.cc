@@ -1,9 +1,9 @@
 #include "evaluator/nodes.h"
 
 #include <cstring>
-#include <limits>
 
 #include "evaluator/errors.h"
+#include "evaluator/helpers.h"
 #include "evaluator/values.h"
 
 namespace zor::detail {
@@ -386,10 +386,8 @@ Ref NegateNode::one(Runtime& runtime) const {
     Ref operand = operand_->need(runtime);
     std::int64_t value;
     std::memcpy(&value, operand.bytes(), sizeof value);
-    if (value == std::numeric_limits<std::int64_t>::min())
-        evaluationError("integer overflow");
+    value = CheckedNegate(value);
     Ref result = newValue(type.get());
-    value = -value;
     std::memcpy(result.bytes(), &value, sizeof value);
     box(result).constructed = true;
     return result;
