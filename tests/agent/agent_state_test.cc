@@ -111,13 +111,6 @@ TEST(AgentState, DeepNestingAndHugeFilesAreRefusedBeforeParsing) {
     EXPECT_THROW(ReadAgentState("/nonexistent/agent.json"), AgentStateError);
 }
 
-TEST(AgentState, RelativeClientFolderIsTakenFromTheFilesFolder) {
-    AgentState const state = ParseAgentState(R"({"client": {"folder": "../agent"}})", "/etc/zor");
-    EXPECT_EQ(state.clientFolder, "/etc/agent");
-    EXPECT_EQ(state.clientVersion, "6.0.9.55") << "a file without a version has the built-in one";
-    EXPECT_FALSE(ParseAgentState("{}", "/").system.has_value());
-}
-
 TEST(SimulatedAgent, OnlyAFixedNumberOfActionsMayCarryParameters) {
     std::string text = R"({"actions": {"records": [)";
     for (std::size_t i = 0; i <= kMaxActionsWithParameters; ++i) {
@@ -126,26 +119,6 @@ TEST(SimulatedAgent, OnlyAFixedNumberOfActionsMayCarryParameters) {
     }
     text += "]}}";
     EXPECT_THROW(SimulatedAgent{ParseAgentState(text, "/")}, AgentStateError);
-}
-
-TEST(SimulatedAgent, OffersOnlyTheKindsItsFileDescribes) {
-    SimulatedAgent agent(
-        ParseAgentState(R"({"pending_restart": {"pending": true, "names": ["kernel"]}})", "/"));
-    ScopedInspectorContext installed(&agent);
-    auto const& restart = GetInspectorContext<PendingRestartInspectorContext>();
-    EXPECT_TRUE(restart.PendingRestart());
-    EXPECT_TRUE(restart.PendingRestart(ConstData("kernel")));
-    EXPECT_FALSE(restart.PendingRestart(ConstData("Kernel")));
-    EXPECT_EQ(GetInspectorContextPointer<InspectorActionContext>(), nullptr);
-    EXPECT_EQ(GetInspectorContextPointer<ClientLocationInspectorContext>(), nullptr);
-    EXPECT_NE(GetInspectorContextPointer<InspectorSettingsContext>(), nullptr);
-    EXPECT_STREQ(GetInspectorContext<InspectorVersionContext>().VersionOfClient(), "6.0.9.55");
-
-    SimulatedAgent settingsOnly;
-    ScopedInspectorContext replaced(&settingsOnly);
-    EXPECT_EQ(GetInspectorContextPointer<InspectorVersionContext>(), nullptr);
-    EXPECT_EQ(GetInspectorContextPointer<PendingRestartInspectorContext>(), nullptr);
-    EXPECT_NE(GetInspectorContextPointer<ZORSettingsContext>(), nullptr);
 }
 
 // A host that keeps answers by fingerprint drops them when the agent
