@@ -125,9 +125,10 @@ void ConvertEachKey(plist_t root) {
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(uint8_t const* data, size_t size) {
+    std::string bytes(reinterpret_cast<char const*>(data), size);
     AutoCFPropertyList root;
     try {
-        root = ParsePropertyList(std::string(reinterpret_cast<char const*>(data), size));
+        root = ParsePropertyList(bytes);
     } catch (PropertyListParseError const&) {
         return 0; // not a property list: the domain starts empty and keeps the file aside
     }
