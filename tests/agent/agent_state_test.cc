@@ -32,7 +32,8 @@ TEST(AgentState, FaultsNameTheirKeyPath) {
     Case const cases[] = {
         {"[]", "the top level: not an object"},
         {R"({"sites": {"lst": []}})", "sites.lst: unknown key"},
-        {R"({"sites": {"list": [{"name": "a"}]}})", "sites.list[0].url: missing: every site has a url"},
+        {R"({"sites": {"list": [{"name": "a"}]}})",
+         "sites.list[0].url: missing: every site has a url"},
         {R"({"sites": {"list": [{"url": "no scheme"}]}})",
          "sites.list[0].url: character not allowed in path at offset 2 of \"no scheme\""},
         {R"({"sites": {"current": "b", "list": [{"name": "a", "url": "http://h/a"}]}})",
@@ -48,7 +49,8 @@ TEST(AgentState, FaultsNameTheirKeyPath) {
          "usage.e.events[0].type: missing: every event has a type"},
         {R"({"selected_server": {"address": "1.2.3"}})",
          "selected_server.address: not an IPv4 address: \"1.2.3\""},
-        {R"({"selected_server": {"distance": [1]}})", "selected_server.distance: not a [lower, upper] pair"},
+        {R"({"selected_server": {"distance": [1]}})",
+         "selected_server.distance: not a [lower, upper] pair"},
         {R"({"selected_server": {"record": "r", "port": 1}})",
          "selected_server.record: a record file stands alone, without other fields"},
         {R"({"selected_server": {"record": "/nonexistent/r"}})",
@@ -126,9 +128,9 @@ TEST(SimulatedAgent, OnlyAFixedNumberOfActionsMayCarryParameters) {
 TEST(SimulatedAgent, ANewSiteListInstanceChangesTheFingerprint) {
     auto const names = zor::Expression::compile("names of sites");
     auto const fingerprint = [&names](std::string const& instance) {
-        SimulatedAgent agent(ParseAgentState(
-            R"({"sites": {"instance": )" + instance + R"(, "list": [{"url": "http://h/a"}]}})",
-            "/"));
+        SimulatedAgent agent(ParseAgentState(R"({"sites": {"instance": )" + instance +
+                                                 R"(, "list": [{"url": "http://h/a"}]}})",
+                                             "/"));
         return names.fingerprint({.context = &agent, .budget = {}});
     };
     EXPECT_TRUE(names.cacheable());
