@@ -40,6 +40,9 @@ constexpr char kFileKeytabPrefix[] = "FILE:";
 constexpr char kGssLibraryName[] = "libgssapi_krb5.so.2";
 constexpr char kKerberosLibraryName[] = "libkrb5.so.3";
 constexpr std::size_t kAccountNameLength = 15;
+// The library's LDAP_OPT_ON lives in liblber, which is not linked; any
+// pointer but LDAP_OPT_OFF turns an option on.
+constexpr int kOptionOn = 1;
 
 // The client library is opened on the first lookup: loading it (and the
 // SASL, TLS and Kerberos libraries it pulls in) would cost every process
@@ -408,7 +411,11 @@ AutoLDAP Connect(DirectoryConfiguration const& directory, std::string_view accou
     if (!directory.keytab.empty()) {
         AutoMachineTicket const ticket(directory.keytab, accountName);
         AutoThreadCredentialCache const cache(ticket.CacheName());
-        if (ldap.ldap_sasl_interactive_bind_s(handle, nullptr, "GSSAPI", nullptr, nullptr,
+        // The service principal is named after the server's host as the URI
+        // gives it; any canonicalization is the Kerberos configuration's
+        // (dns_canonicalize_hostname, rdns), not done a second time here.
+        if (ldap.ldap_set_option(handle, LDAP_OPT_X_SASL_NOCANON, &kOptionOn) != LDAP_OPT_SUCCESS ||
+            ldap.ldap_sasl_interactive_bind_s(handle, nullptr, "GSSAPI", nullptr, nullptr,
                                               LDAP_SASL_QUIET, AcceptDefaults,
                                               nullptr) != LDAP_SUCCESS)
             throw ODOpenDirNodeFailed();
