@@ -325,6 +325,7 @@ TEST(DirectoryLookup, BindsAsTheComputerWithTheMachineKeytab) {
          "KRB5_CLIENT_KTNAME=FILE:" + realm.Keytab("machine"),
          "KRB5CCNAME=FILE:" + home.Path("user-cache")});
     EXPECT_EQ(zorq.out, "A: " + found + "\n");
+    EXPECT_EQ(zorq.err, "");
     EXPECT_NE(access(home.Path("user-cache").c_str(), F_OK), 0);
 
     realm.StopKdc();
