@@ -6,6 +6,7 @@
 #include <cstring>
 #include <limits>
 
+#include "evaluator/helpers.h"
 #include "evaluator/nodes.h"
 #include "evaluator/values.h"
 
@@ -21,8 +22,7 @@ std::int64_t number(Ref const& value) {
 Ref sum(Runtime& runtime, Stream& values, Type const&, Type const& result, Ref const*) {
     std::int64_t total = 0;
     while (Ref value = values.next(runtime))
-        if (__builtin_add_overflow(total, number(value), &total))
-            evaluationError("integer overflow");
+        total = CheckedAdd(total, number(value));
     return makeInteger(result, total);
 }
 

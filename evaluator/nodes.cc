@@ -1,9 +1,9 @@
 #include "evaluator/nodes.h"
 
 #include <cstring>
-#include <limits>
 
 #include "evaluator/errors.h"
+#include "evaluator/helpers.h"
 #include "evaluator/values.h"
 
 namespace zor::detail {
@@ -135,12 +135,8 @@ private:
             box(last_).keep[0] = iterator_;
             return;
         }
-        // Plain records need no clean-up; the box already keeps this iterator.
-        if (resultType_.destroy) {
-            clear(box(last_));
-            box(last_).keep[0] = iterator_;
-        }
-        box(last_).constructed = false;
+        // The box already keeps this iterator; only the previous value goes.
+        destroyValue(box(last_));
     }
 
     PropertyRecord const& record_;
@@ -282,6 +278,12 @@ StreamPtr PropertyNode::open(Runtime& runtime) const {
             return std::make_unique<ValueStream>(Ref());
         return apply(runtime, std::move(objectValue), std::move(indexRef));
     }
+    // A plain property gives each object at most one value: no stream per object.
+    if (record->kind != PropertyRecord::Kind::Iterated) {
+        return mapStream(object->open(runtime), [this, &runtime, indexRef](Ref const& value) {
+            return applyPlain(runtime, value, indexRef);
+        });
+    }
     return flatStream(
         object->open(runtime),
         [this, &runtime, indexRef](Ref const& value) { return apply(runtime, value, indexRef); },
@@ -384,10 +386,8 @@ Ref NegateNode::one(Runtime& runtime) const {
     Ref operand = operand_->need(runtime);
     std::int64_t value;
     std::memcpy(&value, operand.bytes(), sizeof value);
-    if (value == std::numeric_limits<std::int64_t>::min())
-        evaluationError("integer overflow");
+    value = CheckedNegate(value);
     Ref result = newValue(type.get());
-    value = -value;
     std::memcpy(result.bytes(), &value, sizeof value);
     box(result).constructed = true;
     return result;

@@ -12,12 +12,10 @@ namespace zor::detail {
 namespace {
 
 thread_local Runtime* currentRuntime = nullptr;
-thread_local InspectorContext* currentContext = nullptr;
 // One spare arena per thread, reused by consecutive evaluations.
 thread_local std::unique_ptr<Arena> spareArena;
 
 constexpr std::size_t kFirstBlock = 16 * 1024;
-constexpr std::size_t kAlign = alignof(std::max_align_t);
 // Time is read only every this many steps: reading the clock costs more than a step.
 constexpr std::uint64_t kClockInterval = 1024;
 
@@ -45,17 +43,6 @@ void Arena::grow(std::size_t atLeast) {
     blocks_ = block;
     next_ = reinterpret_cast<unsigned char*>(block) + header;
     end_ = reinterpret_cast<unsigned char*>(block) + size;
-}
-
-void* Arena::allocate(std::size_t size) {
-    std::size_t rounded = (size + kAlign - 1) & ~(kAlign - 1);
-    if (rounded == 0)
-        rounded = kAlign;
-    if (static_cast<std::size_t>(end_ - next_) < rounded)
-        grow(rounded);
-    void* result = next_;
-    next_ += rounded;
-    return result;
 }
 
 void Arena::reset() {
@@ -113,23 +100,10 @@ void Fingerprinter::add(void const* begin, void const* end) {
     }
 }
 
-InspectorContext* Get_Generic_Inspector_Context() {
-    return zor::detail::currentContext;
-}
-
-ScopedInspectorContext::ScopedInspectorContext(InspectorContext* context)
-    : previous_(zor::detail::currentContext) {
-    zor::detail::currentContext = context;
-}
-
-ScopedInspectorContext::~ScopedInspectorContext() {
-    zor::detail::currentContext = previous_;
-}
-
 extern "C" {
 
 void* Allocate_Inspector_Memory(unsigned long size) {
-    auto* runtime = zor::detail::Runtime::current();
+    auto* runtime = zor::detail::currentRuntime;
     if (!runtime)
         throw std::logic_error("Allocate_Inspector_Memory called outside an evaluation");
     return runtime->allocate(size);

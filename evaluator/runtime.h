@@ -2,6 +2,7 @@
 // installed context, and the values `it` stands for.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <vector>
@@ -22,10 +23,21 @@ public:
     Arena& operator=(Arena const&) = delete;
     ~Arena();
 
-    void* allocate(std::size_t size);
+    // Inline: inspectors allocate at most iteration steps.
+    void* allocate(std::size_t size) {
+        std::size_t rounded = (size + kAlign - 1) & ~(kAlign - 1);
+        if (rounded == 0)
+            rounded = kAlign;
+        if (static_cast<std::size_t>(end_ - next_) < rounded)
+            grow(rounded);
+        void* result = next_;
+        next_ += rounded;
+        return result;
+    }
     void reset(); // frees everything but the first block
 
 private:
+    static constexpr std::size_t kAlign = alignof(std::max_align_t);
     struct Block {
         Block* previous;
         std::size_t size;

@@ -81,7 +81,7 @@ void release(Holder* holder) {
         auto* value = static_cast<ValueBox*>(holder);
         bool inlineData = isInline(value);
         std::size_t size = totalSize<ValueBox>(inlineData ? value->type->size : 0);
-        clear(*value);
+        destroyValue(*value);
         value->~ValueBox();
         cache.give(holder, size);
         return;
@@ -107,12 +107,10 @@ void release(Holder* holder) {
     }
 }
 
-void clear(ValueBox& value) {
+void destroyValue(ValueBox& value) {
     if (value.constructed && value.type->destroy && isInline(&value))
         value.type->destroy(value.data);
     value.constructed = false;
-    for (Ref& kept : value.keep)
-        kept = Ref();
 }
 
 Ref newValue(Type const* type) {

@@ -27,8 +27,9 @@ struct Holder {
 
 void release(Holder* holder);
 struct ValueBox;
-// Destroys the value in place and drops what it keeps, leaving the box for reuse.
-void clear(ValueBox& value);
+// Destroys the value in place, keeping what the box keeps, so that the box
+// can take the next value.
+void destroyValue(ValueBox& value);
 
 class Ref {
 public:

@@ -42,6 +42,8 @@ using MakeChildLocation =
 // An agent whose kinds depend on what it knows now derives from every kind it
 // may offer and also from this, saying which of them it offers at the moment;
 // a kind it withholds is missing exactly as if it did not derive from it.
+// Each kind is asked once per installation of the agent's context: what the
+// agent offers is settled while it is installed.
 class InspectorKindFilter {
 public:
     virtual bool OffersKind(std::type_info const& kind) const = 0;
@@ -50,13 +52,9 @@ protected:
     ~InspectorKindFilter() = default;
 };
 
-// The generic context narrowed to kind T, or null when no context is
-// installed or the agent's context lacks that kind.
-template <class T> T const* GetInspectorContextPointer() {
-    InspectorContext const* generic = Get_Generic_Inspector_Context();
-    if (!generic) {
-        return nullptr;
-    }
+namespace context_detail {
+
+template <class T> T const* NarrowInspectorContext(InspectorContext const* generic) {
     T const* kind = dynamic_cast<T const*>(generic);
     if (kind) {
         auto const* filter = dynamic_cast<InspectorKindFilter const*>(generic);
@@ -65,6 +63,27 @@ template <class T> T const* GetInspectorContextPointer() {
         }
     }
     return kind;
+}
+
+} // namespace context_detail
+
+// The generic context narrowed to kind T, or null when no context is
+// installed or the agent's context lacks that kind. Inspectors ask for their
+// kind at every step of an iteration, so the narrowing is kept per thread
+// until the installed context changes.
+template <class T> T const* GetInspectorContextPointer() {
+    thread_local struct {
+        std::uint64_t installation = 0;
+        T const* kind = nullptr;
+    } narrowed;
+    std::uint64_t const installation = InspectorContextInstallation();
+    if (narrowed.installation != installation) {
+        InspectorContext const* generic = Get_Generic_Inspector_Context();
+        narrowed.kind =
+            generic ? context_detail::NarrowInspectorContext<T>(generic) : nullptr;
+        narrowed.installation = installation;
+    }
+    return narrowed.kind;
 }
 
 // As GetInspectorContextPointer, but a missing context is an error.

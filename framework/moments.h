@@ -5,6 +5,7 @@
 #include "evaluator/values.h"
 #include "util/instant.h"
 
+// Both count microseconds since 1970, so the conversion is the count itself.
 inline moment AsMoment(Instant when) {
-    return january_1_1970() + microsecond_of() * when.UnixMicroseconds();
+    return moment{when.UnixMicroseconds()};
 }

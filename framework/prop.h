@@ -128,15 +128,16 @@ private:
         return std::bit_cast<M>(Self(registration).target_.members.next);
     }
 
-    // Calls a stored iterator member on the state and places its answer.
-    // GCC's vptr check misreads a call through a member pointer of a
-    // non-first base (it checks the adjusted object against the derived
+    // Calls a stored iterator member on the state and builds its answer
+    // straight in the result slot (no temporary: iterations call this at
+    // every step). GCC's vptr check misreads a call through a member pointer
+    // of a non-first base (it checks the adjusted object against the derived
     // class), so that check is off here; the call itself is well-defined.
     template <class It, class M, class... Args>
     __attribute__((no_sanitize("vptr"))) static void Step(void* result, void* state, M member,
                                                           Args&&... args) {
-        registration_detail::PlaceResult(
-            result, (static_cast<It*>(state)->*member)(std::forward<Args>(args)...));
+        using R = decltype((static_cast<It*>(state)->*member)(std::forward<Args>(args)...));
+        ::new (result) R((static_cast<It*>(state)->*member)(std::forward<Args>(args)...));
     }
 
     template <class R> struct PropertyOfWorld {

@@ -2,6 +2,7 @@
 // on them.
 #pragma once
 
+#include <new>
 #include <string>
 #include <type_traits>
 
@@ -63,9 +64,9 @@ public:
 // outlives the call that built it.
 template <class T> TimedValue<T> CopyToTimedValue(time_range const& range, T const& value) {
     static_assert(std::is_trivially_copyable_v<T>, "timed values hold plain values");
-    auto const* copiedValue = static_cast<T const*>(AllocateInspectorCopy(&value, sizeof value));
-    auto const* copiedRange =
-        static_cast<time_range const*>(AllocateInspectorCopy(&range, sizeof range));
+    // Built in place: iterations make a timed value at every step.
+    auto const* copiedValue = ::new (Allocate_Inspector_Memory(sizeof(T))) T(value);
+    auto const* copiedRange = ::new (Allocate_Inspector_Memory(sizeof range)) time_range(range);
     TimedValue<T> timed;
     timed.PointTo(copiedRange, copiedValue);
     return timed;

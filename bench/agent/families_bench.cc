@@ -19,6 +19,7 @@
 #include <vector>
 
 #include "agent/simulated_agent.h"
+#include "inspectors/usage/file_name.h"
 #include "bench/util/evaluate.h"
 #include "bench/util/ratio_reporter.h"
 #include "evaluator/helpers.h"
@@ -103,31 +104,53 @@ void BM_ApplicationUsages(benchmark::State& state) {
     EvaluateBoundExpression(state, "number of application usages \"x\"", &Agent());
 }
 
+// The interval rules of the usage phrase, applied to one event at a time.
+struct IntervalRules {
+    std::int64_t intervals = 0;
+    std::int32_t count = 0;
+    Instant last = Instant::Jan_1_1970_GMT();
+
+    void Apply(ExecutionEvent const& event) {
+        bool const closes = event.time != last;
+        if (event.type == cStartSampling) {
+            count = 0;
+            last = event.time;
+            return;
+        }
+        if (event.type == cApplicationStart || event.type == cApplicationEnd)
+            count += event.type == cApplicationStart ? 1 : -1;
+        else if (closes)
+            count = 0;
+        if (closes) {
+            ++intervals;
+            last = event.time;
+        }
+    }
+};
+
 // The same interval rules applied to the same events in a plain loop.
 void BM_IntervalLoop(benchmark::State& state) {
     auto const& events = (**Agent().State().usage).at("x").events;
     for (auto _ : state) {
-        std::int64_t intervals = 0;
-        std::int32_t count = 0;
-        Instant last = Instant::Jan_1_1970_GMT();
-        for (ExecutionEvent const& event : events) {
-            bool const closes = event.time != last;
-            if (event.type == cStartSampling) {
-                count = 0;
-                last = event.time;
-                continue;
-            }
-            if (event.type == cApplicationStart || event.type == cApplicationEnd)
-                count += event.type == cApplicationStart ? 1 : -1;
-            else if (closes)
-                count = 0;
-            if (closes) {
-                ++intervals;
-                last = event.time;
-            }
-        }
-        benchmark::DoNotOptimize(intervals);
-        benchmark::DoNotOptimize(count);
+        IntervalRules rules;
+        for (ExecutionEvent const& event : events)
+            rules.Apply(event);
+        benchmark::DoNotOptimize(rules);
+    }
+}
+
+// The same rules over the events as the agent hands them out one by one:
+// the part of the usage phrase's cost that the agent's interface sets.
+void BM_IntervalLoopThroughAgent(benchmark::State& state) {
+    ScopedInspectorContext const installed(&Agent());
+    InspectorProcessTableContext const& table = Agent();
+    FileName const name = ExactFileName(ConstData("x"));
+    for (auto _ : state) {
+        MeasureLoggerStream stream;
+        IntervalRules rules;
+        while (table.FindAppEvent(name, stream))
+            rules.Apply(stream.Current());
+        benchmark::DoNotOptimize(rules);
     }
 }
 
@@ -261,6 +284,7 @@ BENCHMARK(BM_RelevantQuamels)->Unit(benchmark::kMicrosecond);
 BENCHMARK(BM_RelevantQuamelLoop)->Unit(benchmark::kMicrosecond);
 BENCHMARK(BM_ApplicationUsages)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_IntervalLoop)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_IntervalLoopThroughAgent)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_HostSelectorRoundTrip)->Unit(benchmark::kMicrosecond);
 BENCHMARK(BM_HandRoundTrip)->Unit(benchmark::kMicrosecond);
 BENCHMARK(BM_SettingsOfClient)->Unit(benchmark::kMicrosecond);
@@ -271,6 +295,7 @@ int main(int argc, char** argv) {
                          {{"BM_SiteByName", "BM_SiteLoop"},
                           {"BM_RelevantQuamels", "BM_RelevantQuamelLoop"},
                           {"BM_ApplicationUsages", "BM_IntervalLoop"},
+                          {"BM_ApplicationUsages", "BM_IntervalLoopThroughAgent"},
                           {"BM_HostSelectorRoundTrip", "BM_HandRoundTrip"},
                           {"BM_SettingsOfClient", "BM_SectionWalk"}});
 }

@@ -14,7 +14,7 @@ class RatioReporter : public benchmark::ConsoleReporter {
 public:
     void ReportRuns(std::vector<Run> const& runs) override {
         for (Run const& run : runs)
-            seconds_[run.benchmark_name()] = run.GetAdjustedRealTime();
+            seconds_[run.benchmark_name()] = run.GetAdjustedCPUTime();
         ConsoleReporter::ReportRuns(runs);
     }
 

@@ -12,25 +12,29 @@ InspectorQuamelContext const& ContentContext() {
 }
 
 // Content cannot be inspected from inside content relevance.
-InspectorQuamelContext const& ContentContextOutsideRelevance() {
-    auto const& context = ContentContext();
+InspectorQuamelContext const& OutsideRelevance(InspectorQuamelContext const& context) {
     if (context.GetEvaluatingQuamelRelevance())
         throw CannotEvaluateNow();
     return context;
+}
+
+InspectorQuamelContext const& ContentContextOutsideRelevance() {
+    return OutsideRelevance(ContentContext());
 }
 
 } // namespace
 
 template <bool RelevantOnly>
 quamel site_quamel_iterator<RelevantOnly>::First(Of, SiteMapProbe const& site) {
-    changeCount_ = ContentContext().GetAdviceListChangeCount();
+    context_ = &ContentContext();
+    changeCount_ = context_->GetAdviceListChangeCount();
     ordinal_ = 0;
     return Next(Of(), site);
 }
 
 template <bool RelevantOnly>
 quamel site_quamel_iterator<RelevantOnly>::Next(Of, SiteMapProbe const& site) {
-    auto const& context = ContentContextOutsideRelevance();
+    auto const& context = OutsideRelevance(*context_);
     quamel item;
     item.data.ordinal = ordinal_;
     item.adviceListChangeCount = changeCount_;

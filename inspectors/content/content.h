@@ -23,6 +23,8 @@ struct InspectorQuamelData {
     void const* agentItem = nullptr;
 };
 
+struct InspectorQuamelContext;
+
 struct quamel {
     static char const* TypeName() { return "quamel"; }
     // The header block, fetched on first use and kept with the item.
@@ -54,6 +56,7 @@ public:
     quamel Next(Of, SiteMapProbe const& site);
 
 private:
+    InspectorQuamelContext const* context_ = nullptr; // asked once, at First
     std::uint32_t ordinal_ = 0;
     unsigned long changeCount_ = 0;
 };

@@ -29,10 +29,13 @@ public:
     // Back to before the first event.
     void Reset() { *this = MeasureLoggerStream(); }
 
-    ExecutionEvent const& Current() const { return current_; }
-    // What the agent calls as it reads the next event.
-    void Advance(ExecutionEvent event) {
-        current_ = std::move(event);
+    ExecutionEvent const& Current() const { return *current_; }
+    // What the agent calls as it reads the next event. The event stays the
+    // agent's, held with its log, until the stream advances again: the
+    // usage phrases read every event of a log and copying each would cost
+    // more than the reading.
+    void Advance(ExecutionEvent const& event) {
+        current_ = &event;
         ++position_;
     }
     // How many events the agent has read: its place in the log.
@@ -42,7 +45,8 @@ public:
     void SetLog(void const* log) { log_ = log; }
 
 private:
-    ExecutionEvent current_;
+    static inline ExecutionEvent const cBeforeFirst{};
+    ExecutionEvent const* current_ = &cBeforeFirst;
     std::uint64_t position_ = 0;
     void const* log_ = nullptr;
 };

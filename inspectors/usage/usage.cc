@@ -23,8 +23,9 @@ InspectorProcessTableContext const& ProcessTable() {
 }
 
 // The next event of the application, else NoSuchObject.
-ExecutionEvent const& NextEvent(FileName const& application, MeasureLoggerStream& stream) {
-    if (!ProcessTable().FindAppEvent(application, stream))
+ExecutionEvent const& NextEvent(InspectorProcessTableContext const& table,
+                                FileName const& application, MeasureLoggerStream& stream) {
+    if (!table.FindAppEvent(application, stream))
         throw NoSuchObject();
     return stream.Current();
 }
@@ -72,6 +73,7 @@ TimedValue<integer> CountOver(Instant from, Instant to, integer count) {
 
 TimedValue<integer> application_usage::First(inspector_string const& application) {
     RefuseDuringContentRelevance();
+    table_ = &ProcessTable();
     application_ = ExactFileName(AsConstData(application));
     count_ = 0;
     lastChange_ = Instant::Jan_1_1970_GMT();
@@ -84,7 +86,7 @@ TimedValue<integer> application_usage::First(inspector_string const& application
 // of sampling always reports 0.
 TimedValue<integer> application_usage::Next(inspector_string const&) {
     for (;;) {
-        ExecutionEvent const& event = NextEvent(application_, stream_);
+        ExecutionEvent const& event = NextEvent(*table_, application_, stream_);
         Instant const from = lastChange_;
         switch (event.type) {
         case cStartSampling:
@@ -114,13 +116,14 @@ TimedValue<integer> application_usage::Next(inspector_string const&) {
 
 execution execution_app_iterator::First(inspector_string const& application) {
     RefuseDuringContentRelevance();
+    table_ = &ProcessTable();
     application_ = ExactFileName(AsConstData(application));
     stream_.Reset();
     return Next(application);
 }
 
 execution execution_app_iterator::Next(inspector_string const&) {
-    return execution{application_, NextEvent(application_, stream_)};
+    return execution{application_, NextEvent(*table_, application_, stream_)};
 }
 
 ApplicationUsageSummary ApplicationUsageSummaryOf(inspector_string const& application) {

@@ -13,6 +13,8 @@
 #include "inspectors/usage/file_name.h"
 #include "inspectors/usage/measure_logger.h"
 
+struct InspectorProcessTableContext;
+
 struct ApplicationUsageSummary {
     static char const* TypeName() { return "application usage summary"; }
     FileName name;
@@ -41,6 +43,7 @@ public:
     TimedValue<integer> Next(inspector_string const& application);
 
 private:
+    InspectorProcessTableContext const* table_ = nullptr; // asked once, at First
     FileName application_;
     MeasureLoggerStream stream_;
     std::int32_t count_ = 0;
@@ -53,6 +56,7 @@ public:
     execution Next(inspector_string const& application);
 
 private:
+    InspectorProcessTableContext const* table_ = nullptr;
     FileName application_;
     MeasureLoggerStream stream_;
 };

@@ -61,6 +61,7 @@ struct DirectoryConfiguration {
     std::string bindDn;       // simple bind as this DN; empty binds anonymously
     std::string passwordFile; // holds the bind password (one trailing newline is dropped)
     int timeoutSeconds = 10;  // for connecting, and again for each operation
+    std::string keytab;       // when set, binds with Kerberos as the computer account instead
 };
 
 // The computer account of a host: the short name (before the first dot),
@@ -83,7 +84,9 @@ std::optional<std::string> ConfigValue(std::string_view text, std::string_view s
 // for a simple bind; else the default realm of the Kerberos configuration
 // (KRB5_CONFIG or /etc/krb5.conf), else the realm of the Samba
 // configuration (/etc/samba/smb.conf), whose servers come from DNS SRV
-// records. Raises OpenDirectoryServiceNotAvailable when none is configured.
+// records. The keytab is the client keytab (KRB5_CLIENT_KTNAME), else
+// /etc/krb5.keytab, when this process may read it. Raises
+// OpenDirectoryServiceNotAvailable when none is configured.
 DirectoryConfiguration FindDirectory();
 
 // The distinguishedName of the account's computer record; raises the error

@@ -32,7 +32,8 @@ TEST(AgentState, FaultsNameTheirKeyPath) {
     Case const cases[] = {
         {"[]", "the top level: not an object"},
         {R"({"sites": {"lst": []}})", "sites.lst: unknown key"},
-        {R"({"sites": {"list": [{"name": "a"}]}})", "sites.list[0].url: missing: every site has a url"},
+        {R"({"sites": {"list": [{"name": "a"}]}})",
+         "sites.list[0].url: missing: every site has a url"},
         {R"({"sites": {"list": [{"url": "no scheme"}]}})",
          "sites.list[0].url: character not allowed in path at offset 2 of \"no scheme\""},
         {R"({"sites": {"current": "b", "list": [{"name": "a", "url": "http://h/a"}]}})",
@@ -48,7 +49,8 @@ TEST(AgentState, FaultsNameTheirKeyPath) {
          "usage.e.events[0].type: missing: every event has a type"},
         {R"({"selected_server": {"address": "1.2.3"}})",
          "selected_server.address: not an IPv4 address: \"1.2.3\""},
-        {R"({"selected_server": {"distance": [1]}})", "selected_server.distance: not a [lower, upper] pair"},
+        {R"({"selected_server": {"distance": [1]}})",
+         "selected_server.distance: not a [lower, upper] pair"},
         {R"({"selected_server": {"record": "r", "port": 1}})",
          "selected_server.record: a record file stands alone, without other fields"},
         {R"({"selected_server": {"record": "/nonexistent/r"}})",
@@ -111,13 +113,6 @@ TEST(AgentState, DeepNestingAndHugeFilesAreRefusedBeforeParsing) {
     EXPECT_THROW(ReadAgentState("/nonexistent/agent.json"), AgentStateError);
 }
 
-TEST(AgentState, RelativeClientFolderIsTakenFromTheFilesFolder) {
-    AgentState const state = ParseAgentState(R"({"client": {"folder": "../agent"}})", "/etc/zor");
-    EXPECT_EQ(state.clientFolder, "/etc/agent");
-    EXPECT_EQ(state.clientVersion, "6.0.9.55") << "a file without a version has the built-in one";
-    EXPECT_FALSE(ParseAgentState("{}", "/").system.has_value());
-}
-
 TEST(SimulatedAgent, OnlyAFixedNumberOfActionsMayCarryParameters) {
     std::string text = R"({"actions": {"records": [)";
     for (std::size_t i = 0; i <= kMaxActionsWithParameters; ++i) {
@@ -128,34 +123,14 @@ TEST(SimulatedAgent, OnlyAFixedNumberOfActionsMayCarryParameters) {
     EXPECT_THROW(SimulatedAgent{ParseAgentState(text, "/")}, AgentStateError);
 }
 
-TEST(SimulatedAgent, OffersOnlyTheKindsItsFileDescribes) {
-    SimulatedAgent agent(
-        ParseAgentState(R"({"pending_restart": {"pending": true, "names": ["kernel"]}})", "/"));
-    ScopedInspectorContext installed(&agent);
-    auto const& restart = GetInspectorContext<PendingRestartInspectorContext>();
-    EXPECT_TRUE(restart.PendingRestart());
-    EXPECT_TRUE(restart.PendingRestart(ConstData("kernel")));
-    EXPECT_FALSE(restart.PendingRestart(ConstData("Kernel")));
-    EXPECT_EQ(GetInspectorContextPointer<InspectorActionContext>(), nullptr);
-    EXPECT_EQ(GetInspectorContextPointer<ClientLocationInspectorContext>(), nullptr);
-    EXPECT_NE(GetInspectorContextPointer<InspectorSettingsContext>(), nullptr);
-    EXPECT_STREQ(GetInspectorContext<InspectorVersionContext>().VersionOfClient(), "6.0.9.55");
-
-    SimulatedAgent settingsOnly;
-    ScopedInspectorContext replaced(&settingsOnly);
-    EXPECT_EQ(GetInspectorContextPointer<InspectorVersionContext>(), nullptr);
-    EXPECT_EQ(GetInspectorContextPointer<PendingRestartInspectorContext>(), nullptr);
-    EXPECT_NE(GetInspectorContextPointer<ZORSettingsContext>(), nullptr);
-}
-
 // A host that keeps answers by fingerprint drops them when the agent
 // replaces its site list, and never keeps what has no fingerprint.
 TEST(SimulatedAgent, ANewSiteListInstanceChangesTheFingerprint) {
     auto const names = zor::Expression::compile("names of sites");
     auto const fingerprint = [&names](std::string const& instance) {
-        SimulatedAgent agent(ParseAgentState(
-            R"({"sites": {"instance": )" + instance + R"(, "list": [{"url": "http://h/a"}]}})",
-            "/"));
+        SimulatedAgent agent(ParseAgentState(R"({"sites": {"instance": )" + instance +
+                                                 R"(, "list": [{"url": "http://h/a"}]}})",
+                                             "/"));
         return names.fingerprint({.context = &agent, .budget = {}});
     };
     EXPECT_TRUE(names.cacheable());

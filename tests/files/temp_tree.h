@@ -11,9 +11,8 @@
 
 class TempTree {
 public:
-    TempTree() {
-        std::string pattern =
-            (std::filesystem::temp_directory_path() / "zor_files_XXXXXX").string();
+    explicit TempTree(std::filesystem::path const& base = std::filesystem::temp_directory_path()) {
+        std::string pattern = (base / "zor_files_XXXXXX").string();
         if (!mkdtemp(pattern.data())) {
             throw std::runtime_error("cannot make a scratch folder");
         }

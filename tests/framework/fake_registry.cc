@@ -3,8 +3,6 @@
 #include <algorithm>
 #include <stdexcept>
 
-#include "evaluator/context.h"
-
 namespace fake {
 
 std::vector<Record>& Log() {
@@ -18,8 +16,6 @@ std::vector<Record>& Live() {
 }
 
 namespace {
-
-InspectorContext* installedContext = nullptr;
 
 template <class Match> Record const& Single(Match match, std::string const& what) {
     Record const* found = nullptr;
@@ -217,17 +213,4 @@ void Fingerprint_Byte_Range(Fingerprinter& fingerprinter, void const* begin, voi
 std::string MakeTupleTypeName(char const* first, char const* second) {
     fake::tupleNameRequests.emplace_back(first, second);
     return std::string("<") + first + "|" + second + ">";
-}
-
-InspectorContext* Get_Generic_Inspector_Context() {
-    return fake::installedContext;
-}
-
-ScopedInspectorContext::ScopedInspectorContext(InspectorContext* context)
-    : previous_(fake::installedContext) {
-    fake::installedContext = context;
-}
-
-ScopedInspectorContext::~ScopedInspectorContext() {
-    fake::installedContext = previous_;
 }

@@ -159,7 +159,5 @@ TEST_F(PreferenceDomainTest, WrapperLayerReportsMissingValuesAndFailedSynchronis
     blocked.SetPreference("Key", Text("v"));
     EXPECT_THROW(blocked.Synchronize(), CFPreferencesSynchronizeFailed);
     EXPECT_FALSE(SynchronizeAppPreferences("app.three"));
-    testing::internal::CaptureStderr();
-    EXPECT_FALSE(SetPreferencesFolder(folder_.Path()));
-    EXPECT_NE(testing::internal::GetCapturedStderr().find("could not write"), std::string::npos);
+    EXPECT_FALSE(SetPreferencesFolder(folder_.Path())) << "the report's text is the domain's";
 }

@@ -2,7 +2,6 @@
 #pragma once
 
 #include <gtest/gtest.h>
-#include <stdlib.h>
 
 #include <filesystem>
 #include <fstream>
@@ -12,6 +11,7 @@
 
 #include "settings/preference_domain.h"
 #include "settings/property_list.h"
+#include "tests/files/temp_tree.h"
 #include "util/instant.h"
 
 // Instants print as their microseconds in failure messages.
@@ -20,23 +20,10 @@ inline void PrintTo(Instant instant, std::ostream* out) {
 }
 
 // A fresh folder, removed with everything in it at the end.
-class TemporaryFolder {
+class TemporaryFolder : public TempTree {
 public:
-    explicit TemporaryFolder(
-        std::filesystem::path const& base = std::filesystem::temp_directory_path()) {
-        std::string pattern = base / "zor-settings-XXXXXX";
-        path_ = ::mkdtemp(pattern.data());
-    }
-    TemporaryFolder(TemporaryFolder const&) = delete;
-    TemporaryFolder& operator=(TemporaryFolder const&) = delete;
-    ~TemporaryFolder() {
-        std::error_code ignored;
-        std::filesystem::remove_all(path_, ignored);
-    }
-    std::filesystem::path const& Path() const { return path_; }
-
-private:
-    std::filesystem::path path_;
+    using TempTree::TempTree;
+    std::filesystem::path Path() const { return TempTree::Path(); }
 };
 
 // Killing a process loses nothing of what it wrote to the page cache, so a

@@ -6,8 +6,9 @@
 
 #include <algorithm>
 #include <arpa/inet.h>
+#include <cctype>
+#include <cstdio>
 #include <cstdlib>
-#include <dirent.h>
 #include <filesystem>
 #include <fstream>
 #include <ifaddrs.h>
@@ -19,7 +20,6 @@
 #include <vector>
 
 #include "evaluator/helpers.h"
-#include "tests/files/temp_tree.h"
 #include "tests/framework/loaded_plugin.h"
 #include "tests/system/ask.h"
 
@@ -43,32 +43,23 @@ long long NumberAfter(std::string const& text, std::string const& key) {
     return at == std::string::npos ? -1 : std::atoll(text.c_str() + at + key.size());
 }
 
-// The os-release value of a key, as a shell would read the file.
+// The os-release value of a key, as a shell reads the file.
 std::string OsReleaseValue(std::string const& key) {
-    std::ifstream file("/etc/os-release");
-    std::string value;
-    for (std::string line; std::getline(file, line);) {
-        if (line.starts_with(key + "=")) {
-            value = line.substr(key.size() + 1);
-            if (value.size() >= 2 && (value.front() == '"' || value.front() == '\'')) {
-                value = value.substr(1, value.size() - 2);
-            }
-        }
-    }
-    return value;
-}
-
-std::size_t ProcessDirectories() {
-    std::size_t count = 0;
-    DIR* proc = opendir("/proc");
-    while (dirent* entry = readdir(proc)) {
-        count += entry->d_name[0] >= '1' && entry->d_name[0] <= '9';
-    }
-    closedir(proc);
-    return count;
+    FILE* shell = popen((". /etc/os-release 2>/dev/null; printf %s \"$" + key + "\"").c_str(), "r");
+    char value[256];
+    std::size_t const length = std::fread(value, 1, sizeof value, shell);
+    pclose(shell);
+    return std::string(value, length);
 }
 
 namespace fs = std::filesystem;
+
+std::size_t ProcessDirectories() {
+    return std::count_if(fs::directory_iterator("/proc"), fs::directory_iterator(),
+                         [](fs::directory_entry const& entry) {
+                             return std::isdigit(entry.path().filename().string()[0]) != 0;
+                         });
+}
 
 // The subfolders (no links) of a folder, by name.
 std::vector<std::string> SortedFolders(fs::path const& folder) {
@@ -99,8 +90,6 @@ TEST_F(LiveSystem, ComputerAndOperatingSystemAgreeWithUnameAndTheReleaseFile) {
     std::string const release = OsReleaseValue("VERSION_ID");
     if (!release.empty()) {
         EXPECT_EQ(Answer("release of operating system"), release);
-        EXPECT_EQ(Answer("operating system as string"),
-                  Answer("name of operating system") + " " + release);
     }
 }
 
@@ -174,7 +163,6 @@ TEST_F(LiveSystem, ServicePlaneIsSysDevices) {
         classes.push_back(none ? "IOService" : subsystem.filename().string());
     }
     EXPECT_EQ(Ask("classnames of nodes of service plane of iokit registry"), classes);
-    EXPECT_EQ(Answer("exists node \"../../etc\" of service plane of iokit registry"), "False");
 }
 
 TEST_F(LiveSystem, EveryServiceNodeHasADictionary) {
@@ -188,7 +176,8 @@ TEST_F(LiveSystem, EveryServiceNodeHasADictionary) {
         std::string const path = "IOService:/" + fs::relative(it->path(), devices).string();
         std::string const keys =
             Answer("number of keys of dictionary of node \"" + path + "\" of iokit registry");
-        EXPECT_FALSE(keys.empty()) << path;
+        EXPECT_TRUE(!keys.empty() && keys.find_first_not_of("0123456789") == std::string::npos)
+            << path << ": " << keys;
         ++nodes;
     }
     EXPECT_GT(nodes, 0u);
@@ -206,16 +195,4 @@ TEST_F(LiveSystem, FirmwareVersionIsDmisWithoutADeviceTree) {
         EXPECT_EQ(Answer("version of bios"), version);
         EXPECT_EQ(Answer("bios as string"), version);
     }
-}
-
-TEST_F(LiveSystem, AnInstalledDesktopEntryIsAnApplication) {
-    TempTree data;
-    data.Write("applications/zor-live-test.desktop",
-               "[Desktop Entry]\nType=Application\nName=Zor Live Test\nExec=/bin/sh -c true\n");
-    setenv("XDG_DATA_HOME", data.Path().c_str(), 1); // no other test reads it
-    EXPECT_EQ(Answer("application \"Zor Live Test\""), "/bin/sh");
-    Answers const names = Ask("names of applications");
-    EXPECT_NE(std::find(names.begin(), names.end(), "sh"), names.end());
-    EXPECT_EQ(Answer("number of applications"), Answer("number of regapps"));
-    unsetenv("XDG_DATA_HOME");
 }

@@ -149,7 +149,6 @@ TEST_F(NetworkInspectors, ATypicalMachine) {
         {"(family of interface 1 of it, family of interface 5 of it) of network", "18, 30"},
         {"address of ip interface 2 of network", "192.168.1.20"},
         {"(exists ip interface 3 of it, exists ip interface 0 of it) of network", "False, False"},
-        {"mac address of link interface 1 of network", "00-00-00-00-00-00"},
         {"exists link interface 3 of network", "False"},
         {"mac address of link interface 2 of network", "error: NotAF_LINK"},
     });
@@ -228,12 +227,6 @@ TEST(ReportedFamily, SystemFamiliesInTheInspectorsNumbering) {
     EXPECT_GT(platform::ReportedFamily(AF_BLUETOOTH), 37);
     EXPECT_NE(platform::ReportedFamily(AF_BLUETOOTH), platform::ReportedFamily(AF_CAN));
     EXPECT_EQ(platform::ReportedFamily(100000), 255);
-}
-
-TEST(MacAddressText, HexPairsJoinedByDashes) {
-    unsigned char const high[] = {0xfe, 0x0a};
-    EXPECT_EQ(MacAddressText(ConstData(high, sizeof high)), "fe-0a");
-    EXPECT_EQ(MacAddressText(ConstData()), "");
 }
 
 TEST(IFAddrListTest, SameIpAddressesMeansTheSameIpv4AddressesInOrder) {
