@@ -1,5 +1,6 @@
-// The agent's contexts: calling a kind's operations, the kind's error when an
-// operation is missing, and the fingerprint of what depends on parameters only.
+// The agent's contexts: narrowing to a kind as contexts come and go, calling a
+// kind's operations, the kind's error when an operation is missing, and the
+// fingerprint of what depends on parameters only.
 #include <gtest/gtest.h>
 
 #include "framework/contexts.h"
@@ -50,6 +51,25 @@ template <class Error, class Operation> void ExpectError(Operation operation, ch
 }
 
 } // namespace
+
+// Narrowings are kept between steps, so each installation must be seen anew.
+TEST(Contexts, NarrowingFollowsEveryInstallation) {
+    SiteAgentContext site;
+    SystemAgentContext system;
+    auto reached = [] { return GetInspectorContextPointer<InspectorSiteContext>(); };
+    EXPECT_EQ(reached(), nullptr);
+    {
+        ScopedInspectorContext const outer(&site);
+        EXPECT_EQ(reached(), static_cast<InspectorSiteContext const*>(&site));
+        {
+            ScopedInspectorContext const inner(&system);
+            EXPECT_EQ(reached(), nullptr);
+            EXPECT_THROW(GetInspectorContext<InspectorSiteContext>(), NoInspectorContext);
+        }
+        EXPECT_EQ(reached(), static_cast<InspectorSiteContext const*>(&site));
+    }
+    EXPECT_EQ(reached(), nullptr);
+}
 
 TEST(Contexts, OperationsPassArgumentsAndMissingOnesThrowTheKindsError) {
     SiteAgentContext agent;
