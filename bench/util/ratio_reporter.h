@@ -13,8 +13,13 @@
 class RatioReporter : public benchmark::ConsoleReporter {
 public:
     void ReportRuns(std::vector<Run> const& runs) override {
-        for (Run const& run : runs)
-            seconds_[run.benchmark_name()] = run.GetAdjustedCPUTime();
+        // With repetitions, the median stands for the benchmark.
+        for (Run const& run : runs) {
+            if (run.run_type != Run::RT_Aggregate)
+                seconds_.try_emplace(run.run_name.str(), run.GetAdjustedCPUTime());
+            else if (run.aggregate_name == "median")
+                seconds_[run.run_name.str()] = run.GetAdjustedCPUTime();
+        }
         ConsoleReporter::ReportRuns(runs);
     }
 
