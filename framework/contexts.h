@@ -79,8 +79,7 @@ template <class T> T const* GetInspectorContextPointer() {
     std::uint64_t const installation = InspectorContextInstallation();
     if (narrowed.installation != installation) {
         InspectorContext const* generic = Get_Generic_Inspector_Context();
-        narrowed.kind =
-            generic ? context_detail::NarrowInspectorContext<T>(generic) : nullptr;
+        narrowed.kind = generic ? context_detail::NarrowInspectorContext<T>(generic) : nullptr;
         narrowed.installation = installation;
     }
     return narrowed.kind;

@@ -19,10 +19,10 @@
 #include <vector>
 
 #include "agent/simulated_agent.h"
-#include "inspectors/usage/file_name.h"
 #include "bench/util/evaluate.h"
 #include "bench/util/ratio_reporter.h"
 #include "evaluator/helpers.h"
+#include "inspectors/usage/file_name.h"
 #include "settings/agent_settings.h"
 
 namespace {

@@ -14,9 +14,9 @@
 namespace {
 
 std::string Zorq(TempTree const& tree, std::string const& expression) {
-    auto const outcome = zorq::testing::run(
-        ZORQ_PATH, {"--agent-state", tree.Path("a.json"), "--preferences", tree.Path("preferences"),
-                    "--", expression});
+    auto const outcome =
+        zorq::testing::run(ZORQ_PATH, {"--agent-state", tree.Path("a.json"), "--preferences",
+                                       tree.Path("preferences"), "--", expression});
     EXPECT_EQ(outcome.err, "");
     return outcome.out;
 }
