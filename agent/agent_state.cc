@@ -249,7 +249,8 @@ AgentState ParseAgentState(std::string_view text, std::string const& baseFolder)
     Json document;
     try {
         document = Json::parse(text);
-    } catch (Json::parse_error const& error) {
+    } catch (Json::exception const& error) {
+        // A syntax error, or a number too large for any type (out_of_range).
         std::string message = error.what();
         // The library's own prefix ("[json.exception.parse_error.101] ") says nothing here.
         if (auto const end = message.find("] "); message.starts_with("[") && end != message.npos) {

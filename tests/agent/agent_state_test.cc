@@ -31,6 +31,8 @@ TEST(AgentState, FaultsNameTheirKeyPath) {
     };
     Case const cases[] = {
         {"[]", "the top level: not an object"},
+        {R"({"system": {"lock_controller": -922337203685477e805}})",
+         "not valid JSON: number overflow parsing '-922337203685477e805'"},
         {R"({"sites": {"lst": []}})", "sites.lst: unknown key"},
         {R"({"sites": {"list": [{"name": "a"}]}})",
          "sites.list[0].url: missing: every site has a url"},
