@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <climits>
 #include <cstdlib>
 #include <fcntl.h>
@@ -24,6 +25,17 @@ constexpr std::array<RegistryPlane, 6> kPlanes{{
 }};
 
 constexpr int kPathFlags = O_PATH | O_CLOEXEC;
+
+// A node's folder, open for reading so that listing its children needs no
+// second open; one this process may not read is still a node, held by an
+// O_PATH descriptor.
+Descriptor OpenNodeFolder(int at, char const* path, int flags) {
+    Descriptor folder(::openat(at, path, O_RDONLY | O_CLOEXEC | O_DIRECTORY | flags));
+    if (folder.valid() || errno != EACCES) {
+        return folder;
+    }
+    return Descriptor(::openat(at, path, kPathFlags | O_DIRECTORY | flags));
+}
 
 std::string SysfsPath(std::string_view below) {
     return SystemPath("/sys") + std::string(below);
@@ -81,7 +93,7 @@ std::string SystemPath(std::string_view absolute) {
 }
 
 Descriptor OpenRegistryRoot() {
-    return Descriptor(::open(SysfsPath("").c_str(), kPathFlags | O_DIRECTORY));
+    return OpenNodeFolder(AT_FDCWD, SysfsPath("").c_str(), 0);
 }
 
 Descriptor OpenRegistryChild(RegistryPlane const& plane, int folder, std::string_view name,
@@ -91,16 +103,16 @@ Descriptor OpenRegistryChild(RegistryPlane const& plane, int folder, std::string
     }
     std::string const component(name);
     // O_NOFOLLOW with O_DIRECTORY refuses a link as not being a folder.
-    Descriptor step(::openat(folder, component.c_str(), kPathFlags | O_DIRECTORY | O_NOFOLLOW));
+    Descriptor step = OpenNodeFolder(folder, component.c_str(), O_NOFOLLOW);
     if (step.valid() || !(plane.listing && top)) {
         return step;
     }
     auto target = MemberTarget(plane, name);
-    return Descriptor(target ? ::open(target->c_str(), kPathFlags | O_DIRECTORY | O_NOFOLLOW) : -1);
+    return target ? OpenNodeFolder(AT_FDCWD, target->c_str(), O_NOFOLLOW) : Descriptor(-1);
 }
 
 Descriptor OpenRegistryEntry(RegistryPlane const& plane, std::string_view relative) {
-    Descriptor at(::openat(SysfsRoot(), plane.tree + 1, kPathFlags | O_DIRECTORY));
+    Descriptor at = OpenNodeFolder(SysfsRoot(), plane.tree + 1, 0);
     bool top = true;
     while (at.valid() && !relative.empty()) {
         std::size_t slash = relative.find('/');
@@ -118,7 +130,7 @@ Descriptor OpenRegistryEntry(RegistryPlane const& plane, std::string_view relati
 
 std::vector<std::string> RegistryChildNames(RegistryPlane const& plane, int folder, bool top) {
     std::vector<std::string> names;
-    for (FolderEntry& entry : ListFolder(folder, ".")) {
+    for (FolderEntry& entry : ListOpenFolder(folder)) {
         bool const member = plane.listing && top && entry.type == EntryType::Link &&
                             MemberTarget(plane, entry.name);
         if (member || EntryIsFolder(folder, entry)) {
@@ -150,7 +162,7 @@ std::optional<std::string> DmiBiosVersion() {
 
 std::vector<std::pair<std::string, std::string>> ReadAttributes(int folder, bool binary) {
     std::vector<std::pair<std::string, std::string>> attributes;
-    for (FolderEntry& entry : ListFolder(folder, ".")) {
+    for (FolderEntry& entry : ListOpenFolder(folder)) {
         if (entry.type != EntryType::Regular && entry.type != EntryType::Unknown) {
             continue;
         }

@@ -36,11 +36,12 @@ std::string SystemPath(std::string_view absolute);
 // An attribute file is read only when it holds at most this many bytes.
 inline constexpr std::size_t kLargestAttribute = 4096;
 
-// The sysfs root folder (O_PATH); an invalid descriptor when absent.
+// The sysfs root folder; an invalid descriptor when absent. Node folders are
+// open for reading where this process may list them, else O_PATH ones.
 Descriptor OpenRegistryRoot();
 
 // The folder at `relative` ('/'-separated, empty components ignored) below
-// the plane's top, as an O_PATH descriptor. Invalid when the tree is absent,
+// the plane's top, as a node folder descriptor. Invalid when the tree is absent,
 // a component is "." or "..", is no folder, or is a link: links are never
 // followed, except a listing plane's members, and only to a folder of the
 // device tree (the service plane's tree).

@@ -60,6 +60,25 @@ bool IsDotOrDotDot(char const* name) {
     return std::strcmp(name, ".") == 0 || std::strcmp(name, "..") == 0;
 }
 
+// Every entry of an open, readable folder from its current position on.
+std::vector<FolderEntry> ReadListing(int listing) {
+    std::vector<FolderEntry> entries;
+    alignas(dirent64) char buffer[16384];
+    for (;;) {
+        ssize_t const got = getdents64(listing, buffer, sizeof buffer);
+        if (got <= 0) {
+            return entries;
+        }
+        for (ssize_t at = 0; at < got;) {
+            auto const* entry = reinterpret_cast<dirent64 const*>(buffer + at);
+            at += entry->d_reclen;
+            if (!IsDotOrDotDot(entry->d_name)) {
+                entries.push_back({entry->d_name, TypeOf(entry->d_type)});
+            }
+        }
+    }
+}
+
 } // namespace
 
 StatFailed::StatFailed(std::string const& path, int error)
@@ -148,25 +167,19 @@ std::optional<std::string> ReadSmallFile(int folder, char const* name, std::size
 }
 
 std::vector<FolderEntry> ListFolder(int folder, char const* name) {
-    std::vector<FolderEntry> entries;
     Descriptor listing(openat(folder, name, O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     if (!listing.valid()) {
-        return entries;
+        return {};
     }
-    alignas(dirent64) char buffer[16384];
-    for (;;) {
-        ssize_t const got = getdents64(listing.get(), buffer, sizeof buffer);
-        if (got <= 0) {
-            return entries;
-        }
-        for (ssize_t at = 0; at < got;) {
-            auto const* entry = reinterpret_cast<dirent64 const*>(buffer + at);
-            at += entry->d_reclen;
-            if (!IsDotOrDotDot(entry->d_name)) {
-                entries.push_back({entry->d_name, TypeOf(entry->d_type)});
-            }
-        }
+    return ReadListing(listing.get());
+}
+
+std::vector<FolderEntry> ListOpenFolder(int folder) {
+    // An O_PATH descriptor cannot seek: its folder is listed through a new one.
+    if (lseek(folder, 0, SEEK_SET) != 0) {
+        return ListFolder(folder, ".");
     }
+    return ReadListing(folder);
 }
 
 std::string CurrentFolder() {

@@ -80,6 +80,10 @@ struct FolderEntry {
 // listing call per block of entries and no status call.
 std::vector<FolderEntry> ListFolder(int folder, char const* name);
 
+// The same for the folder the descriptor holds: read from its start without
+// a second open when it is open for reading, which moves its position.
+std::vector<FolderEntry> ListOpenFolder(int folder);
+
 // The absolute path of the current working folder.
 std::string CurrentFolder();
 
