@@ -146,6 +146,33 @@ private:
     bool started_ = false;
 };
 
+// A plain property of each value of a plural object, in one result box that
+// is reused while the consumer lets go of each result before the next.
+class PlainPropertyStream : public Stream {
+public:
+    PlainPropertyStream(PropertyNode const& node, StreamPtr objects, Ref index)
+        : node_(node), objects_(std::move(objects)), index_(std::move(index)) {}
+
+    Ref next(Runtime& runtime) override {
+        // The previous result and its object go first, so that the object's
+        // stream may reuse its box too.
+        if (result_.unique()) {
+            destroyValue(box(result_));
+            box(result_).keep[0] = Ref();
+        }
+        while (Ref object = objects_->next(runtime))
+            if (node_.applyPlainInto(runtime, result_, object, index_))
+                return result_;
+        return {};
+    }
+
+private:
+    PropertyNode const& node_;
+    StreamPtr objects_;
+    Ref index_;
+    Ref result_;
+};
+
 class ConcatStream : public Stream {
 public:
     ConcatStream(std::vector<NodePtr> const& items) : items_(items) {}
@@ -246,18 +273,27 @@ Ref PropertyNode::indexValue(Runtime& runtime) const {
 
 Ref PropertyNode::applyPlain(Runtime& runtime, Ref const& objectValue,
                              Ref const& indexValue) const {
-    Ref value = newValue(type.get());
-    box(value).keep[0] = objectValue;
-    box(value).keep[1] = indexValue;
+    Ref value;
+    return applyPlainInto(runtime, value, objectValue, indexValue) ? value : Ref();
+}
+
+bool PropertyNode::applyPlainInto(Runtime& runtime, Ref& slot, Ref const& objectValue,
+                                  Ref const& indexValue) const {
+    if (slot.unique())
+        destroyValue(box(slot));
+    else
+        slot = newValue(type.get());
+    box(slot).keep[0] = objectValue;
+    box(slot).keep[1] = indexValue;
     runtime.step();
     try {
-        record->get(value.bytes(), indexValue ? indexValue.bytes() : nullptr,
+        record->get(slot.bytes(), indexValue ? indexValue.bytes() : nullptr,
                     objectValue ? objectValue.bytes() : nullptr, nullptr, record->userData);
     } catch (NoSuchObject const&) {
-        return {};
+        return false;
     }
-    box(value).constructed = true;
-    return value;
+    box(slot).constructed = true;
+    return true;
 }
 
 StreamPtr PropertyNode::apply(Runtime& runtime, Ref objectValue, Ref indexValue) const {
@@ -280,9 +316,8 @@ StreamPtr PropertyNode::open(Runtime& runtime) const {
     }
     // A plain property gives each object at most one value: no stream per object.
     if (record->kind != PropertyRecord::Kind::Iterated) {
-        return mapStream(object->open(runtime), [this, &runtime, indexRef](Ref const& value) {
-            return applyPlain(runtime, value, indexRef);
-        });
+        return std::make_unique<PlainPropertyStream>(*this, object->open(runtime),
+                                                     std::move(indexRef));
     }
     return flatStream(
         object->open(runtime),

@@ -86,6 +86,9 @@ public:
     // an iteration.
     StreamPtr apply(Runtime& runtime, Ref object, Ref index) const;
     Ref applyPlain(Runtime& runtime, Ref const& object, Ref const& index) const;
+    // The same into `slot`, reusing its box when nothing else holds it;
+    // false when the object has no such property.
+    bool applyPlainInto(Runtime& runtime, Ref& slot, Ref const& object, Ref const& index) const;
     Ref indexValue(Runtime& runtime) const;
 
     std::shared_ptr<PropertyRecord> record;
