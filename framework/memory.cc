@@ -13,8 +13,9 @@ std::size_t ConstDataRopeReference::Length() const {
 }
 
 inspector_string CopyToInspectorString(ConstData data) {
-    ConstData const pieces[] = {data};
-    return CopyToInspectorString(ConstDataRopeReference(pieces));
+    auto const* copy =
+        static_cast<unsigned char const*>(AllocateInspectorCopy(data.begin(), data.Length()));
+    return {copy, static_cast<std::uint32_t>(data.Length())};
 }
 
 inspector_string CopyToInspectorString(ConstDataRopeReference rope) {
