@@ -1,8 +1,10 @@
 // Runs one transcript (or the examples of one Markdown page) through zorq and
-// reports each question whose printed lines differ from the expected ones as
-// FILE:LINE, so a failure names the case to look at.
+// the other tools, and reports each case whose printed lines differ from the
+// expected ones as FILE:LINE, so a failure names the case to look at.
 //
-// transcript_runner --zorq PATH --zorsettings PATH --root DIR FILE
+// transcript_runner --zorq PATH --zorsettings PATH --zoraction PATH --root DIR FILE
+#include <algorithm>
+#include <cctype>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -10,6 +12,7 @@
 #include <sstream>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "tests/support/subprocess.h"
@@ -24,6 +27,7 @@ namespace fs = std::filesystem;
 struct Tools {
     std::string zorq;
     std::string zorsettings;
+    std::string zoraction;
     fs::path root;
 };
 
@@ -152,6 +156,24 @@ public:
         return zorq::testing::run(tools_.zorq, arguments, {}, environment_, !exactEnvironment_);
     }
 
+    // Runs "TOOL ARGS..." with the input lines; only the env lines apply.
+    zorq::testing::Outcome command(Case const& command) const {
+        auto arguments = words(expand(command.query));
+        for (auto& argument : arguments)
+            argument = unescape(argument);
+        std::string input;
+        for (auto const& line : command.input)
+            input += unescape(expand(line)) + "\n";
+        std::string const tool = arguments.empty() ? "" : arguments.front();
+        std::string const& program =
+            tool == "zorq"          ? tools_.zorq
+            : tool == "zorsettings" ? tools_.zorsettings
+            : tool == "zoraction"   ? tools_.zoraction
+                                    : throw std::runtime_error("unknown tool \"" + tool + "\"");
+        arguments.erase(arguments.begin());
+        return zorq::testing::run(program, arguments, input, environment_, !exactEnvironment_);
+    }
+
 private:
     fs::path inFolder(std::string const& relative) const {
         return folder_.path() / unescape(relative);
@@ -188,24 +210,57 @@ std::string indented(std::string const& text) {
     return result.empty() ? "    (nothing)\n" : result;
 }
 
+// Whether text is expected, where "{number}" stands for a run of digits and
+// "{...}" for any text.
+bool matches(std::string_view expected, std::string_view text) {
+    auto const hole = std::min(expected.find("{number}"), expected.find("{...}"));
+    if (hole == std::string_view::npos)
+        return expected == text;
+    if (expected.substr(0, hole) != text.substr(0, hole))
+        return false;
+    if (expected.substr(hole).starts_with("{...}")) {
+        for (auto end = hole; end <= text.size(); ++end) {
+            if (matches(expected.substr(hole + 5), text.substr(end)))
+                return true;
+        }
+        return false;
+    }
+    auto digits = hole;
+    while (digits < text.size() && std::isdigit(static_cast<unsigned char>(text[digits])))
+        ++digits;
+    return digits > hole && matches(expected.substr(hole + 8), text.substr(digits));
+}
+
+std::string joined(std::vector<std::string> const& lines, World const& world) {
+    std::string text;
+    for (auto const& line : lines)
+        text += world.expand(line) + "\n";
+    return text;
+}
+
 // Prints the difference and returns false when the case fails.
 bool check(std::string const& file, Case const& question, World const& world) {
-    std::string expected;
-    for (auto const& line : question.expected)
-        expected += world.expand(line) + "\n";
-    bool const expectsError =
-        !question.expected.empty() && question.expected.back().starts_with("E:");
-    auto const outcome = world.ask(world.expand(question.query));
-    int const expectedStatus = expectsError ? 1 : 0;
-    if (outcome.out == expected && outcome.status == expectedStatus && outcome.err.empty())
+    std::string const expected = joined(question.expected, world);
+    std::string const errors = joined(question.errors, world);
+    int const expectedStatus =
+        question.command || question.expected.empty() || !question.expected.back().starts_with("E:")
+            ? question.status
+            : 1;
+    auto const outcome =
+        question.command ? world.command(question) : world.ask(world.expand(question.query));
+    if (matches(expected, outcome.out) && matches(errors, outcome.err) &&
+        outcome.status == expectedStatus)
         return true;
-    std::cout << file << ":" << question.line << ": Q: " << question.query << "\n  expected:\n"
-              << indented(expected) << "  zorq printed:\n"
+    std::cout << file << ":" << question.line << ": " << (question.command ? "$ " : "Q: ")
+              << question.query << "\n  expected:\n"
+              << indented(expected) << "  printed:\n"
               << indented(outcome.out);
     if (outcome.status != expectedStatus)
         std::cout << "  exit status " << outcome.status << ", expected " << expectedStatus << "\n";
-    if (!outcome.err.empty())
-        std::cout << "  on standard error:\n" << indented(outcome.err);
+    if (!matches(errors, outcome.err))
+        std::cout << "  on standard error, expected:\n"
+                  << indented(errors) << "  printed:\n"
+                  << indented(outcome.err);
     return false;
 }
 
@@ -217,7 +272,7 @@ int runTranscript(Tools const& tools, std::string const& file) {
         fs::path(file).extension() == ".md" ? readMarkdownExamples(in) : readTranscript(in);
     int failed = 0;
     for (auto const& problem : transcript.problems) {
-        std::cout << file << ": " << problem << " (not a directive, Q:, A: or E: line)\n";
+        std::cout << file << ": " << problem << " (not a directive or a case's line)\n";
         ++failed;
     }
     World world(tools);
@@ -234,7 +289,7 @@ int runTranscript(Tools const& tools, std::string const& file) {
     for (auto const& question : transcript.cases)
         check(file, question, world) ? ++passed : ++failed;
     if (transcript.cases.empty()) {
-        std::cout << file << ": no Q: cases found\n";
+        std::cout << file << ": no cases found\n";
         ++failed;
     }
     std::cout << passed << " passed, " << failed << " failed\n";
@@ -254,13 +309,17 @@ int main(int argc, char** argv) {
             tools.zorq = argv[++i];
         else if (argument == "--zorsettings" && hasValue)
             tools.zorsettings = argv[++i];
+        else if (argument == "--zoraction" && hasValue)
+            tools.zoraction = argv[++i];
         else if (argument == "--root" && hasValue)
             tools.root = argv[++i];
         else
             file = argument;
     }
-    if (tools.zorq.empty() || tools.zorsettings.empty() || tools.root.empty() || file.empty()) {
-        std::cerr << "usage: transcript_runner --zorq PATH --zorsettings PATH --root DIR FILE\n";
+    if (tools.zorq.empty() || tools.zorsettings.empty() || tools.zoraction.empty() ||
+        tools.root.empty() || file.empty()) {
+        std::cerr << "usage: transcript_runner --zorq PATH --zorsettings PATH --zoraction PATH "
+                     "--root DIR FILE\n";
         return 2;
     }
     try {

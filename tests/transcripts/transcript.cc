@@ -1,5 +1,8 @@
 #include "tests/transcripts/transcript.h"
 
+#include <charconv>
+#include <optional>
+
 namespace zor::transcripts {
 namespace {
 
@@ -13,11 +16,44 @@ bool readCaseLine(Transcript& transcript, std::string const& line, int number) {
         transcript.cases.push_back({number, line.substr(3), {}});
         return true;
     }
-    if (isAnswer(line) && !transcript.cases.empty()) {
+    if (isAnswer(line) && !transcript.cases.empty() && !transcript.cases.back().command) {
         transcript.cases.back().expected.push_back(line);
         return true;
     }
     return false;
+}
+
+// TEXT of "PREFIX TEXT", "" of a bare "PREFIX", else nothing.
+std::optional<std::string> after(std::string const& line, std::string const& prefix) {
+    if (line == prefix)
+        return "";
+    if (line.starts_with(prefix + " "))
+        return line.substr(prefix.size() + 1);
+    return std::nullopt;
+}
+
+// Reads a $ line or a line belonging to the command before it.
+bool readCommandLine(Transcript& transcript, std::string const& line, int number) {
+    if (line.starts_with("$ ")) {
+        transcript.cases.push_back({.line = number, .query = line.substr(2), .command = true});
+        return true;
+    }
+    if (transcript.cases.empty() || !transcript.cases.back().command)
+        return false;
+    Case& command = transcript.cases.back();
+    if (auto const text = after(line, "<"))
+        command.input.push_back(*text);
+    else if (auto const text = after(line, ">"))
+        command.expected.push_back(*text);
+    else if (auto const text = after(line, "2>"))
+        command.errors.push_back(*text);
+    else if (line.starts_with("exit ")) {
+        char const* const end = line.data() + line.size();
+        auto const [stop, error] = std::from_chars(line.data() + 5, end, command.status);
+        return error == std::errc() && stop == end;
+    } else
+        return false;
+    return true;
 }
 
 Directive directiveOf(std::string const& text, int number) {
@@ -37,7 +73,8 @@ Transcript readTranscript(std::istream& in) {
     int number = 0;
     for (std::string line; std::getline(in, line);) {
         ++number;
-        if (line.empty() || line.starts_with("#") || readCaseLine(transcript, line, number))
+        if (line.empty() || line.starts_with("#") || readCaseLine(transcript, line, number) ||
+            readCommandLine(transcript, line, number))
             continue;
         if (transcript.cases.empty() && !line.starts_with(" "))
             transcript.directives.push_back(directiveOf(line, number));
