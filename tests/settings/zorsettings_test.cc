@@ -12,7 +12,9 @@ TEST(ZorSettingsDates, FormatAndParseRoundTripToTheMicrosecond) {
     for (Case const& c :
          {Case{"2025-11-21T10:51:42.123456Z", Instant::FromUnixMicroseconds(1763722302123456)},
           Case{"2001-01-01T00:00:00.000000Z", Instant(0)},
-          Case{"2000-12-31T23:59:59.999999Z", Instant(-1)}, Case{"-", Instant::First()}}) {
+          Case{"2000-12-31T23:59:59.999999Z", Instant(-1)},
+          Case{"1969-12-31T23:59:59.500000Z", Instant::FromUnixMicroseconds(-500000)},
+          Case{"-", Instant::First()}}) {
         EXPECT_EQ(FormatInstant(c.instant), c.text);
         EXPECT_EQ(ParseInstant(c.text), c.instant) << c.text;
     }
