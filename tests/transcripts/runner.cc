@@ -2,13 +2,14 @@
 // the other tools, and reports each case whose printed lines differ from the
 // expected ones as FILE:LINE, so a failure names the case to look at.
 //
-// transcript_runner --zorq PATH --zorsettings PATH --zoraction PATH --root DIR FILE
+// transcript_runner ROOT ZORQ ZORSETTINGS ZORACTION FILE
 #include <algorithm>
 #include <cctype>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iostream>
+#include <map>
 #include <sstream>
 #include <stdexcept>
 #include <string>
@@ -25,10 +26,8 @@ namespace {
 namespace fs = std::filesystem;
 
 struct Tools {
-    std::string zorq;
-    std::string zorsettings;
-    std::string zoraction;
     fs::path root;
+    std::map<std::string, std::string> programs; // "zorq", "zorsettings", "zoraction"
 };
 
 // A fresh folder for one transcript's files, removed with everything in it.
@@ -153,7 +152,8 @@ public:
     zorq::testing::Outcome ask(std::string const& query) const {
         auto arguments = options_;
         arguments.insert(arguments.end(), {"--", query});
-        return zorq::testing::run(tools_.zorq, arguments, {}, environment_, !exactEnvironment_);
+        return zorq::testing::run(tools_.programs.at("zorq"), arguments, {}, environment_,
+                                  !exactEnvironment_);
     }
 
     // Runs "TOOL ARGS..." with the input lines; only the env lines apply.
@@ -164,14 +164,12 @@ public:
         std::string input;
         for (auto const& line : command.input)
             input += unescape(expand(line)) + "\n";
-        std::string const tool = arguments.empty() ? "" : arguments.front();
-        std::string const& program =
-            tool == "zorq"          ? tools_.zorq
-            : tool == "zorsettings" ? tools_.zorsettings
-            : tool == "zoraction"   ? tools_.zoraction
-                                    : throw std::runtime_error("unknown tool \"" + tool + "\"");
+        auto const program = tools_.programs.find(arguments.empty() ? "" : arguments.front());
+        if (program == tools_.programs.end())
+            throw std::runtime_error("no such tool in \"" + command.query + "\"");
         arguments.erase(arguments.begin());
-        return zorq::testing::run(program, arguments, input, environment_, !exactEnvironment_);
+        return zorq::testing::run(program->second, arguments, input, environment_,
+                                  !exactEnvironment_);
     }
 
 private:
@@ -185,7 +183,7 @@ private:
         std::vector<std::string> arguments{"--folder", preferences};
         for (auto const& word : words(argument))
             arguments.push_back(word);
-        auto const outcome = zorq::testing::run(tools_.zorsettings, arguments);
+        auto const outcome = zorq::testing::run(tools_.programs.at("zorsettings"), arguments);
         if (outcome.status != 0)
             throw std::runtime_error("zorsettings " + argument + " failed: " + outcome.err);
         if (!preferencesGiven_)
@@ -300,28 +298,13 @@ int runTranscript(Tools const& tools, std::string const& file) {
 } // namespace zor::transcripts
 
 int main(int argc, char** argv) {
-    zor::transcripts::Tools tools;
-    std::string file;
-    for (int i = 1; i < argc; ++i) {
-        std::string const argument = argv[i];
-        bool const hasValue = i + 1 < argc;
-        if (argument == "--zorq" && hasValue)
-            tools.zorq = argv[++i];
-        else if (argument == "--zorsettings" && hasValue)
-            tools.zorsettings = argv[++i];
-        else if (argument == "--zoraction" && hasValue)
-            tools.zoraction = argv[++i];
-        else if (argument == "--root" && hasValue)
-            tools.root = argv[++i];
-        else
-            file = argument;
-    }
-    if (tools.zorq.empty() || tools.zorsettings.empty() || tools.zoraction.empty() ||
-        tools.root.empty() || file.empty()) {
-        std::cerr << "usage: transcript_runner --zorq PATH --zorsettings PATH --zoraction PATH "
-                     "--root DIR FILE\n";
+    if (argc != 6) {
+        std::cerr << "usage: transcript_runner ROOT ZORQ ZORSETTINGS ZORACTION FILE\n";
         return 2;
     }
+    zor::transcripts::Tools const tools{
+        argv[1], {{"zorq", argv[2]}, {"zorsettings", argv[3]}, {"zoraction", argv[4]}}};
+    std::string const file = argv[5];
     try {
         return zor::transcripts::runTranscript(tools, file);
     } catch (std::runtime_error const& error) {
