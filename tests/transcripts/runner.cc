@@ -240,10 +240,9 @@ std::string joined(std::vector<std::string> const& lines, World const& world) {
 bool check(std::string const& file, Case const& question, World const& world) {
     std::string const expected = joined(question.expected, world);
     std::string const errors = joined(question.errors, world);
-    int const expectedStatus =
-        question.command || question.expected.empty() || !question.expected.back().starts_with("E:")
-            ? question.status
-            : 1;
+    bool const expectsError = !question.command && !question.expected.empty() &&
+                              question.expected.back().starts_with("E:");
+    int const expectedStatus = expectsError ? 1 : question.status;
     auto const outcome =
         question.command ? world.command(question) : world.ask(world.expand(question.query));
     if (matches(expected, outcome.out) && matches(errors, outcome.err) &&
