@@ -1,7 +1,8 @@
 #include "tests/transcripts/transcript.h"
 
+#include <algorithm>
 #include <charconv>
-#include <optional>
+#include <utility>
 
 namespace zor::transcripts {
 namespace {
@@ -23,16 +24,7 @@ bool readCaseLine(Transcript& transcript, std::string const& line, int number) {
     return false;
 }
 
-// TEXT of "PREFIX TEXT", "" of a bare "PREFIX", else nothing.
-std::optional<std::string> after(std::string const& line, std::string const& prefix) {
-    if (line == prefix)
-        return "";
-    if (line.starts_with(prefix + " "))
-        return line.substr(prefix.size() + 1);
-    return std::nullopt;
-}
-
-// Reads a $ line or a line belonging to the command before it.
+// Reads a $ line or a <, >, 2> or exit line of the command before it.
 bool readCommandLine(Transcript& transcript, std::string const& line, int number) {
     if (line.starts_with("$ ")) {
         transcript.cases.push_back({.line = number, .query = line.substr(2), .command = true});
@@ -41,19 +33,19 @@ bool readCommandLine(Transcript& transcript, std::string const& line, int number
     if (transcript.cases.empty() || !transcript.cases.back().command)
         return false;
     Case& command = transcript.cases.back();
-    if (auto const text = after(line, "<"))
-        command.input.push_back(*text);
-    else if (auto const text = after(line, ">"))
-        command.expected.push_back(*text);
-    else if (auto const text = after(line, "2>"))
-        command.errors.push_back(*text);
-    else if (line.starts_with("exit ")) {
-        char const* const end = line.data() + line.size();
-        auto const [stop, error] = std::from_chars(line.data() + 5, end, command.status);
-        return error == std::errc() && stop == end;
-    } else
+    for (auto const& [prefix, lines] :
+         {std::pair{"<", &Case::input}, {">", &Case::expected}, {"2>", &Case::errors}}) {
+        std::string const start = std::string(prefix) + " ";
+        if (line == prefix || line.starts_with(start)) {
+            (command.*lines).push_back(line.substr(std::min(line.size(), start.size())));
+            return true;
+        }
+    }
+    if (!line.starts_with("exit "))
         return false;
-    return true;
+    char const* const end = line.data() + line.size();
+    auto const [stop, error] = std::from_chars(line.data() + 5, end, command.status);
+    return error == std::errc() && stop == end;
 }
 
 Directive directiveOf(std::string const& text, int number) {
