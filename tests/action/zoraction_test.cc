@@ -34,7 +34,7 @@ std::string SampleScript() {
 
 // The pieces come from parser functions tested on their own; here only
 // that each reaches the report, in text and JSON form. The command's own
-// transcript checks the version and the downloads' required flags.
+// transcript (zoraction.zt) checks its options, input and exit status.
 TEST(ActionCheck, ReportsCountsVersionLinesAndDownloads) {
     ActionCheck const check = CheckActionScript(SampleScript());
     std::string const text = FormatText(check, ReportParts{false, true});
@@ -47,6 +47,9 @@ TEST(ActionCheck, ReportsCountsVersionLinesAndDownloads) {
     EXPECT_EQ(json["actionLines"], 12);
     EXPECT_EQ(json["lines"][4], "#!/bin/sh");
     EXPECT_FALSE(json.contains("downloads"));
+    nlohmann::json const downloads = FormatJson(check, ReportParts{false, true})["downloads"];
+    EXPECT_EQ(downloads[1]["url"], "http://s/extra.zip");
+    EXPECT_EQ(downloads[1]["required"], false);
     ReportParts const all{true, true};
     for (char const* ending : {"\r\n", "\r"}) {
         EXPECT_EQ(FormatJson(CheckActionScript(
