@@ -1,7 +1,6 @@
 // zorq's interactive mode, driven through a pseudo-terminal.
 #include <chrono>
 #include <csignal>
-#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <gmock/gmock.h>
