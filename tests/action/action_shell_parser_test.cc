@@ -92,18 +92,12 @@ TEST(GetCommand, MatchesTheFirstRowThatPrefixesTheLineIgnoringCase) {
         (std::vector<std::int32_t>{54, 54, 66, 4, 41, 40, 2, 53, 52, 17, 46, 55, 29, 1}));
 }
 
-TEST(GetCommand, SplitsArgumentsAndAdvancesPastBlankLines) {
-    ActionShellParser parser;
-    Stringy script("delete  two blanks\r\n\r\n\n   copy a b\rmove\nrun x");
-    ASSERT_TRUE(parser.GetCommand(script));
-    // Exactly one blank after the keyword is dropped.
-    EXPECT_EQ(parser.GetCurrentArguments().str(), " two blanks");
-    EXPECT_EQ(script.str(), "copy a b\rmove\nrun x");
-    ASSERT_TRUE(parser.GetCommand(script) && parser.GetCommand(script));
-    EXPECT_STREQ(parser.GetCommandName(), "move");
-    EXPECT_EQ(parser.GetCurrentArguments().str(), "");
-    ASSERT_TRUE(parser.GetCommand(script));
-    EXPECT_FALSE(parser.GetCommand(script));
+// Exactly one blank after the keyword is dropped; blank lines are skipped and
+// CR, LF or both end a line. Past the end no command is current.
+TEST(GetCommand, SplitsArgumentsAndEndsWithNoCommand) {
+    ScriptedParser parser;
+    EXPECT_EQ(parser.Run("delete  two blanks\r\n\r\n\n   copy a b\rmove\nrun x"),
+              (Lines{"delete| two blanks", "copy|a b", "move|", "run|x"}));
     EXPECT_EQ(parser.GetCurrentCommand(), 0);
     EXPECT_STREQ(parser.GetCommandName(), "unknown");
     EXPECT_EQ(parser.GetLineCounter(), 4);

@@ -2,10 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <sys/wait.h>
-
-#include <cstdio>
-#include <fstream>
 #include <regex>
 #include <string>
 #include <utility>
@@ -34,31 +30,11 @@ std::string SampleScript() {
            "notify client ForceRefresh\n";
 }
 
-struct Outcome {
-    int status;
-    std::string output;
-};
-
-// Runs the installed tool with script on standard input.
-Outcome RunTool(std::string const& arguments, std::string const& script) {
-    std::string const input = ::testing::TempDir() + "zoraction_input";
-    std::ofstream(input, std::ios::binary) << script;
-    std::string const command = std::string(ZORACTION_PATH) + " " + arguments + " < " + input;
-    FILE* pipe = popen(command.c_str(), "r");
-    EXPECT_NE(pipe, nullptr);
-    std::string output;
-    char buffer[4096];
-    for (std::size_t n; (n = fread(buffer, 1, sizeof buffer, pipe)) > 0;)
-        output.append(buffer, n);
-    int const status = pclose(pipe);
-    return Outcome{WIFEXITED(status) ? WEXITSTATUS(status) : -1, output};
-}
-
 } // namespace
 
 // The pieces come from parser functions tested on their own; here only
 // that each reaches the report, in text and JSON form. The command's own
-// test below checks the version and the downloads' required flags.
+// transcript (zoraction.zt) checks its options, input and exit status.
 TEST(ActionCheck, ReportsCountsVersionLinesAndDownloads) {
     ActionCheck const check = CheckActionScript(SampleScript());
     std::string const text = FormatText(check, ReportParts{false, true});
@@ -71,6 +47,9 @@ TEST(ActionCheck, ReportsCountsVersionLinesAndDownloads) {
     EXPECT_EQ(json["actionLines"], 12);
     EXPECT_EQ(json["lines"][4], "#!/bin/sh");
     EXPECT_FALSE(json.contains("downloads"));
+    nlohmann::json const downloads = FormatJson(check, ReportParts{false, true})["downloads"];
+    EXPECT_EQ(downloads[1]["url"], "http://s/extra.zip");
+    EXPECT_EQ(downloads[1]["required"], false);
     ReportParts const all{true, true};
     for (char const* ending : {"\r\n", "\r"}) {
         EXPECT_EQ(FormatJson(CheckActionScript(
@@ -95,24 +74,4 @@ TEST(ActionCheck, ReportsTheEarliestErrorOfAnyReading) {
              {"else\n", "line 1: Else encountered without If.\n"}}) {
         EXPECT_EQ(FormatText(CheckActionScript(script), ReportParts{}), report);
     }
-}
-
-TEST(Zoraction, ExitStatusAndOutputFromStandardInput) {
-    Outcome const good = RunTool("--json --downloads", SampleScript());
-    EXPECT_EQ(good.status, 0);
-    nlohmann::json const report = nlohmann::json::parse(good.output);
-    EXPECT_EQ(report["requiredVersion"], "6.0.14.0");
-    EXPECT_EQ(report["downloads"][1]["url"], "http://s/extra.zip");
-    EXPECT_EQ(report["downloads"][1]["required"], false);
-
-    Outcome const bad = RunTool("-", "delete a\r\nelseif x\r\n");
-    EXPECT_EQ(bad.status, 1);
-    EXPECT_EQ(bad.output, "line 2: ElseIf encountered without If.\n");
-
-    Outcome const binary = RunTool("--json --lines", std::string("delete \xff\xfe\0x\n", 11));
-    EXPECT_EQ(binary.status, 0);
-    EXPECT_EQ(nlohmann::json::parse(binary.output)["actionLines"], 1);
-
-    EXPECT_EQ(RunTool("--bogus 2>/dev/null", "").status, 2);
-    EXPECT_EQ(RunTool("/nonexistent/script 2>/dev/null", "").status, 2);
 }

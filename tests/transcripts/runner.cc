@@ -1,15 +1,19 @@
 // Runs one transcript (or the examples of one Markdown page) through zorq and
-// reports each question whose printed lines differ from the expected ones as
-// FILE:LINE, so a failure names the case to look at.
+// the other tools, and reports each case whose printed lines differ from the
+// expected ones as FILE:LINE, so a failure names the case to look at.
 //
-// transcript_runner --zorq PATH --zorsettings PATH --root DIR FILE
+// transcript_runner ROOT ZORQ ZORSETTINGS ZORACTION FILE
+#include <algorithm>
+#include <cctype>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iostream>
+#include <map>
 #include <sstream>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "tests/support/subprocess.h"
@@ -22,9 +26,8 @@ namespace {
 namespace fs = std::filesystem;
 
 struct Tools {
-    std::string zorq;
-    std::string zorsettings;
     fs::path root;
+    std::map<std::string, std::string> programs; // "zorq", "zorsettings", "zoraction"
 };
 
 // A fresh folder for one transcript's files, removed with everything in it.
@@ -149,7 +152,24 @@ public:
     zorq::testing::Outcome ask(std::string const& query) const {
         auto arguments = options_;
         arguments.insert(arguments.end(), {"--", query});
-        return zorq::testing::run(tools_.zorq, arguments, {}, environment_, !exactEnvironment_);
+        return zorq::testing::run(tools_.programs.at("zorq"), arguments, {}, environment_,
+                                  !exactEnvironment_);
+    }
+
+    // Runs "TOOL ARGS..." with the input lines; only the env lines apply.
+    zorq::testing::Outcome command(Case const& command) const {
+        auto arguments = words(expand(command.query));
+        for (auto& argument : arguments)
+            argument = unescape(argument);
+        std::string input;
+        for (auto const& line : command.input)
+            input += unescape(expand(line)) + "\n";
+        auto const program = tools_.programs.find(arguments.empty() ? "" : arguments.front());
+        if (program == tools_.programs.end())
+            throw std::runtime_error("no such tool in \"" + command.query + "\"");
+        arguments.erase(arguments.begin());
+        return zorq::testing::run(program->second, arguments, input, environment_,
+                                  !exactEnvironment_);
     }
 
 private:
@@ -163,7 +183,7 @@ private:
         std::vector<std::string> arguments{"--folder", preferences};
         for (auto const& word : words(argument))
             arguments.push_back(word);
-        auto const outcome = zorq::testing::run(tools_.zorsettings, arguments);
+        auto const outcome = zorq::testing::run(tools_.programs.at("zorsettings"), arguments);
         if (outcome.status != 0)
             throw std::runtime_error("zorsettings " + argument + " failed: " + outcome.err);
         if (!preferencesGiven_)
@@ -188,24 +208,56 @@ std::string indented(std::string const& text) {
     return result.empty() ? "    (nothing)\n" : result;
 }
 
+// Whether text is expected, where "{number}" stands for a run of digits and
+// "{...}" for any text.
+bool matches(std::string_view expected, std::string_view text) {
+    auto const hole = std::min(expected.find("{number}"), expected.find("{...}"));
+    if (hole == std::string_view::npos)
+        return expected == text;
+    if (expected.substr(0, hole) != text.substr(0, hole))
+        return false;
+    if (expected.substr(hole).starts_with("{...}")) {
+        for (auto end = hole; end <= text.size(); ++end) {
+            if (matches(expected.substr(hole + 5), text.substr(end)))
+                return true;
+        }
+        return false;
+    }
+    auto digits = hole;
+    while (digits < text.size() && std::isdigit(static_cast<unsigned char>(text[digits])))
+        ++digits;
+    return digits > hole && matches(expected.substr(hole + 8), text.substr(digits));
+}
+
+std::string joined(std::vector<std::string> const& lines, World const& world) {
+    std::string text;
+    for (auto const& line : lines)
+        text += world.expand(line) + "\n";
+    return text;
+}
+
 // Prints the difference and returns false when the case fails.
 bool check(std::string const& file, Case const& question, World const& world) {
-    std::string expected;
-    for (auto const& line : question.expected)
-        expected += world.expand(line) + "\n";
-    bool const expectsError =
-        !question.expected.empty() && question.expected.back().starts_with("E:");
-    auto const outcome = world.ask(world.expand(question.query));
-    int const expectedStatus = expectsError ? 1 : 0;
-    if (outcome.out == expected && outcome.status == expectedStatus && outcome.err.empty())
+    std::string const expected = joined(question.expected, world);
+    std::string const errors = joined(question.errors, world);
+    bool const expectsError = !question.command && !question.expected.empty() &&
+                              question.expected.back().starts_with("E:");
+    int const expectedStatus = expectsError ? 1 : question.status;
+    auto const outcome =
+        question.command ? world.command(question) : world.ask(world.expand(question.query));
+    if (matches(expected, outcome.out) && matches(errors, outcome.err) &&
+        outcome.status == expectedStatus)
         return true;
-    std::cout << file << ":" << question.line << ": Q: " << question.query << "\n  expected:\n"
-              << indented(expected) << "  zorq printed:\n"
+    std::cout << file << ":" << question.line << ": " << (question.command ? "$ " : "Q: ")
+              << question.query << "\n  expected:\n"
+              << indented(expected) << "  printed:\n"
               << indented(outcome.out);
     if (outcome.status != expectedStatus)
         std::cout << "  exit status " << outcome.status << ", expected " << expectedStatus << "\n";
-    if (!outcome.err.empty())
-        std::cout << "  on standard error:\n" << indented(outcome.err);
+    if (!matches(errors, outcome.err))
+        std::cout << "  on standard error, expected:\n"
+                  << indented(errors) << "  printed:\n"
+                  << indented(outcome.err);
     return false;
 }
 
@@ -217,7 +269,7 @@ int runTranscript(Tools const& tools, std::string const& file) {
         fs::path(file).extension() == ".md" ? readMarkdownExamples(in) : readTranscript(in);
     int failed = 0;
     for (auto const& problem : transcript.problems) {
-        std::cout << file << ": " << problem << " (not a directive, Q:, A: or E: line)\n";
+        std::cout << file << ": " << problem << " (not a directive or a case's line)\n";
         ++failed;
     }
     World world(tools);
@@ -234,7 +286,7 @@ int runTranscript(Tools const& tools, std::string const& file) {
     for (auto const& question : transcript.cases)
         check(file, question, world) ? ++passed : ++failed;
     if (transcript.cases.empty()) {
-        std::cout << file << ": no Q: cases found\n";
+        std::cout << file << ": no cases found\n";
         ++failed;
     }
     std::cout << passed << " passed, " << failed << " failed\n";
@@ -245,24 +297,13 @@ int runTranscript(Tools const& tools, std::string const& file) {
 } // namespace zor::transcripts
 
 int main(int argc, char** argv) {
-    zor::transcripts::Tools tools;
-    std::string file;
-    for (int i = 1; i < argc; ++i) {
-        std::string const argument = argv[i];
-        bool const hasValue = i + 1 < argc;
-        if (argument == "--zorq" && hasValue)
-            tools.zorq = argv[++i];
-        else if (argument == "--zorsettings" && hasValue)
-            tools.zorsettings = argv[++i];
-        else if (argument == "--root" && hasValue)
-            tools.root = argv[++i];
-        else
-            file = argument;
-    }
-    if (tools.zorq.empty() || tools.zorsettings.empty() || tools.root.empty() || file.empty()) {
-        std::cerr << "usage: transcript_runner --zorq PATH --zorsettings PATH --root DIR FILE\n";
+    if (argc != 6) {
+        std::cerr << "usage: transcript_runner ROOT ZORQ ZORSETTINGS ZORACTION FILE\n";
         return 2;
     }
+    zor::transcripts::Tools const tools{
+        argv[1], {{"zorq", argv[2]}, {"zorsettings", argv[3]}, {"zoraction", argv[4]}}};
+    std::string const file = argv[5];
     try {
         return zor::transcripts::runTranscript(tools, file);
     } catch (std::runtime_error const& error) {

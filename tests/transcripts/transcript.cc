@@ -1,5 +1,9 @@
 #include "tests/transcripts/transcript.h"
 
+#include <algorithm>
+#include <charconv>
+#include <utility>
+
 namespace zor::transcripts {
 namespace {
 
@@ -13,11 +17,35 @@ bool readCaseLine(Transcript& transcript, std::string const& line, int number) {
         transcript.cases.push_back({number, line.substr(3), {}});
         return true;
     }
-    if (isAnswer(line) && !transcript.cases.empty()) {
+    if (isAnswer(line) && !transcript.cases.empty() && !transcript.cases.back().command) {
         transcript.cases.back().expected.push_back(line);
         return true;
     }
     return false;
+}
+
+// Reads a $ line or a <, >, 2> or exit line of the command before it.
+bool readCommandLine(Transcript& transcript, std::string const& line, int number) {
+    if (line.starts_with("$ ")) {
+        transcript.cases.push_back({.line = number, .query = line.substr(2), .command = true});
+        return true;
+    }
+    if (transcript.cases.empty() || !transcript.cases.back().command)
+        return false;
+    Case& command = transcript.cases.back();
+    for (auto const& [prefix, lines] :
+         {std::pair{"<", &Case::input}, {">", &Case::expected}, {"2>", &Case::errors}}) {
+        std::string const start = std::string(prefix) + " ";
+        if (line == prefix || line.starts_with(start)) {
+            (command.*lines).push_back(line.substr(std::min(line.size(), start.size())));
+            return true;
+        }
+    }
+    if (!line.starts_with("exit "))
+        return false;
+    char const* const end = line.data() + line.size();
+    auto const [stop, error] = std::from_chars(line.data() + 5, end, command.status);
+    return error == std::errc() && stop == end;
 }
 
 Directive directiveOf(std::string const& text, int number) {
@@ -37,7 +65,8 @@ Transcript readTranscript(std::istream& in) {
     int number = 0;
     for (std::string line; std::getline(in, line);) {
         ++number;
-        if (line.empty() || line.starts_with("#") || readCaseLine(transcript, line, number))
+        if (line.empty() || line.starts_with("#") || readCaseLine(transcript, line, number) ||
+            readCommandLine(transcript, line, number))
             continue;
         if (transcript.cases.empty() && !line.starts_with(" "))
             transcript.directives.push_back(directiveOf(line, number));

@@ -14,10 +14,16 @@ struct Directive {
     std::string argument; // the rest of the line after one space
 };
 
+// A Q: question, or a "$ TOOL ARGS..." command line with its own input,
+// expected standard error and exit status.
 struct Case {
-    int line = 0; // of the Q: line
+    int line = 0; // of the Q: or $ line
     std::string query;
-    std::vector<std::string> expected; // "A: ..." and "E: ..." lines
+    std::vector<std::string> expected{}; // "A: ..." and "E: ..." lines, or a command's output
+    bool command = false;
+    std::vector<std::string> input{};  // "< " lines
+    std::vector<std::string> errors{}; // "2> " lines
+    int status = 0;                    // "exit N"
 };
 
 struct Transcript {
@@ -27,7 +33,8 @@ struct Transcript {
 };
 
 // A transcript file: directives, then Q: lines each followed by its A:/E:
-// lines; blank lines and lines starting with "#" are skipped.
+// lines and $ lines each followed by their <, >, 2> and exit lines; blank
+// lines and lines starting with "#" are skipped.
 Transcript readTranscript(std::istream& in);
 
 // A Markdown page: every fenced block whose first line starts with "Q: " holds

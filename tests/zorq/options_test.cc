@@ -25,19 +25,16 @@ TEST(ZorqOptions, InputsKeepTheirOrderAndDashesOnlyStartOptionsBeforeDoubleDash)
                                         "E:-", "E:-t", "E:--json"}));
 }
 
+// Every transcript runs with the defaults; -t, --json, --phrases, --help and
+// the "=" forms of the budget options are in zorq-cli.zt and zorq/*.zt. Here
+// the other spellings.
 TEST(ZorqOptions, FlagsBudgetAndPreferences) {
-    auto const none = parse({});
-    EXPECT_FALSE(none.help || none.time || none.json || none.phrases);
-    EXPECT_EQ(none.budget.steps, 0u);
-    EXPECT_EQ(none.budget.time.count(), 0);
-    EXPECT_EQ(none.preferences, "");
-    auto const all = parse({"-t", "--json", "--phrases", "-h", "--max-time", "250",
-                            "--max-steps=1000", "--preferences=/a", "--preferences", "/b"});
-    EXPECT_TRUE(all.time && all.json && all.phrases && all.help);
+    auto const all = parse({"--time", "-h", "--max-time", "250", "--max-steps", "7",
+                            "--preferences=/a", "--preferences", "/b"});
+    EXPECT_TRUE(all.time && all.help);
     EXPECT_EQ(all.budget.time, std::chrono::milliseconds(250));
-    EXPECT_EQ(all.budget.steps, 1000u);
+    EXPECT_EQ(all.budget.steps, 7u);
     EXPECT_EQ(all.preferences, "/b");
-    EXPECT_TRUE(parse({"--time"}).time && parse({"--help"}).help);
     EXPECT_EQ(parse({"--max-time", "9223372036854775"}).budget.time.count(), 9223372036854775000);
 }
 
