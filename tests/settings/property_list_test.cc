@@ -105,11 +105,6 @@ TEST(PropertyListParsing, RejectsWhatIsNotAPropertyListOrTooDeep) {
     for (std::string& input : inputs) {
         EXPECT_THROW(ParsePropertyList(input), PropertyListParseError) << input.substr(0, 30);
     }
-    try {
-        ParsePropertyList(deep);
-    } catch (PropertyListParseError const& error) {
-        EXPECT_STREQ(error.what(), "property list nested too deeply");
-    }
     AutoCFPropertyList whole = ParsePropertyList(binary);
     EXPECT_EQ(ConvertCFPropertyList<std::string>(plist_dict_get_item(whole.Get(), "key")), "value");
 }
