@@ -1,5 +1,5 @@
 // Any bytes as a preference file: parsing must fail cleanly or give a tree;
-// every key of a dictionary is converted as a store would; what converts is
+// each store's key of the top dictionary is converted as the store would; what converts is
 // written back and must read back the same. The whole tree, written by our
 // binary writer and read back, must be written to the same bytes again (that
 // the writer leaves nothing out is checked on a tree of every kind by the
@@ -10,6 +10,7 @@
 #include <optional>
 #include <string>
 
+#include "settings/agent_settings.h"
 #include "settings/property_list.h"
 #include "settings/setting_store.h"
 
@@ -40,27 +41,20 @@ void CheckRoundTrip(CFPreferenceSectionMap const& sections) {
     }
 }
 
-void ConvertEachKey(plist_t root) {
+// Each store reads its own key of the top dictionary.
+void ConvertEachStore(plist_t root) {
     if (plist_get_node_type(root) != PLIST_DICT) {
         return;
     }
-    plist_dict_iter iterator = nullptr;
-    plist_dict_new_iter(root, &iterator);
-    for (;;) {
-        char* key = nullptr;
-        plist_t value = nullptr;
-        plist_dict_next_item(root, iterator, &key, &value);
-        if (key == nullptr) {
-            break;
-        }
-        std::free(key);
+    for (char const* key : {kSettingsPreferenceKey, kSitesPreferenceKey, kOptionsPreferenceKey,
+                            kServerPreferenceKey}) {
         try {
-            CheckRoundTrip(ConvertCFPropertyList<CFPreferenceSectionMap>(value));
+            CheckRoundTrip(
+                ConvertCFPropertyList<CFPreferenceSectionMap>(plist_dict_get_item(root, key)));
         } catch (ConvertCFPropertyListError const&) {
-            // a value of the wrong shape: the store starts empty
+            // absent, or a value of the wrong shape: the store starts empty
         }
     }
-    std::free(iterator);
 }
 
 } // namespace
@@ -73,7 +67,7 @@ extern "C" int LLVMFuzzerTestOneInput(uint8_t const* data, size_t size) {
     } catch (PropertyListParseError const&) {
         return 0; // not a property list: the domain starts empty and keeps the file aside
     }
-    ConvertEachKey(root.Get());
+    ConvertEachStore(root.Get());
     // What we write must read back; kinds left to libplist's writer give nothing.
     std::optional<std::string> written = WriteBinaryPropertyList(root.Get());
     if (written && WriteBinaryPropertyList(ParsePropertyList(*written).Get()) != written) {
