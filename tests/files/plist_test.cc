@@ -49,8 +49,8 @@ std::string Dump(OSXDictionary const& dictionary) {
     std::string out;
     for (auto const& [key, value] : dictionary.Entries()) {
         out += key + "=" + std::to_string(static_cast<int>(value.kind)) + ":" + value.text;
-        out += value.kind == DictionaryValue::Kind::Integer ? "#" + std::to_string(value.integer)
-                                                            : "";
+        out +=
+            value.kind == DictionaryValue::Kind::Integer ? "#" + std::to_string(value.integer) : "";
         out += " ";
     }
     return out;
