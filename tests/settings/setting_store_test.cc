@@ -27,13 +27,13 @@ protected:
     }
 };
 
-// Each setting as name=value@date ("-" for a tombstone's value).
+// Each setting as name=value@date, a tombstone's value marked "-".
 std::string Visit(WrappedSettingIterator<CFPreferenceSettingIterator> iterator) {
     std::string seen;
     for (; !iterator.AtEnd(); ++iterator) {
         seen +=
             (seen.empty() ? "" : " ") + iterator.Name().str() + "=" +
-            (iterator.Deleted() ? "-" : iterator.Value().str()) + "@" +
+            (iterator.Deleted() ? "-" : "") + iterator.Value().str() + "@" +
             (iterator.Date() == Instant::First() ? "first"
                                                  : std::to_string(iterator.Date().Microseconds()));
     }
