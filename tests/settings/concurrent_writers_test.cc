@@ -137,7 +137,6 @@ TEST_F(ConcurrentWritersTest, EveryReportedChangeIsKeptAndTheLatestDateWins) {
             Kill(victim);
         }
     }
-    RecordProperty("writers_killed", kills);
 
     AutoCFPropertyList raw = RawParse(DomainFile(AgentPreferenceDomain));
     ASSERT_TRUE(raw);

@@ -5,6 +5,8 @@
 
 namespace {
 
+using namespace std::string_literals;
+
 constexpr char const* kDomain = "test.store";
 constexpr char const* kKey = "Settings";
 
@@ -25,19 +27,15 @@ protected:
     }
 };
 
-struct Seen {
-    std::string name;
-    std::string value;
-    Instant date;
-    bool deleted;
-    friend bool operator==(Seen const&, Seen const&) = default;
-};
-
-std::vector<Seen> Visit(WrappedSettingIterator<CFPreferenceSettingIterator> iterator) {
-    std::vector<Seen> seen;
+// Each setting as name=value@date, a tombstone's value marked "-".
+std::string Visit(WrappedSettingIterator<CFPreferenceSettingIterator> iterator) {
+    std::string seen;
     for (; !iterator.AtEnd(); ++iterator) {
-        seen.push_back(
-            {iterator.Name().str(), iterator.Value().str(), iterator.Date(), iterator.Deleted()});
+        seen +=
+            (seen.empty() ? "" : " ") + iterator.Name().str() + "=" +
+            (iterator.Deleted() ? "-" : "") + iterator.Value().str() + "@" +
+            (iterator.Date() == Instant::First() ? "first"
+                                                 : std::to_string(iterator.Date().Microseconds()));
     }
     return seen;
 }
@@ -55,12 +53,8 @@ TEST_F(SettingStoreTest, LastWriterWinsByDate) {
     store->Set("S", "n", "same date", At(100));
     EXPECT_EQ(store->FindItem("S", "n").Value().str(), "same date");
     store->Set("S", "n", "later", At(101));
-    auto item = store->FindItem("S", "n");
-    EXPECT_EQ(item.Value().str(), "later");
-    EXPECT_EQ(item.Date(), At(101));
-    EXPECT_FALSE(item.Deleted());
-    ++item;
-    EXPECT_TRUE(item.AtEnd()) << "a single-item iterator holds one setting";
+    EXPECT_EQ(Visit(store->FindItem("S", "n")), "n=later@101")
+        << "a single-item iterator holds one setting";
 }
 
 TEST_F(SettingStoreTest, ClearLeavesADatedTombstone) {
@@ -77,8 +71,7 @@ TEST_F(SettingStoreTest, ClearLeavesADatedTombstone) {
     EXPECT_FALSE(store->Changed()) << "an earlier clear is ignored";
     store->Clear("S", "a", At(20));
     EXPECT_TRUE(store->Changed());
-    EXPECT_EQ(Visit(store->FindSection("S")),
-              (std::vector<Seen>{{"a", "", At(20), true}, {"b", "vb", At(10), false}}));
+    EXPECT_EQ(Visit(store->FindSection("S")), "a=-@20 b=vb@10");
 
     store->Set("S", "a", "too old", At(19));
     EXPECT_TRUE(store->FindItem("S", "a").Deleted()) << "the tombstone refuses older values";
@@ -88,21 +81,21 @@ TEST_F(SettingStoreTest, ClearLeavesADatedTombstone) {
 
 TEST_F(SettingStoreTest, FindItemRangesHoldOneSettingWhateverTheInsertionOrder) {
     auto store = NewStore();
+    // Each setting's value is its name.
     auto holdsOne = [&](std::string_view name) {
-        auto item = store->FindItem("S", name);
-        bool found = !item.AtEnd() && item.Name().view() == name;
-        return found && (++item).AtEnd();
+        return Visit(store->FindItem("S", name)) ==
+               std::string(name) + "=" + std::string(name) + "@1";
     };
     std::string names;
     for (char name : std::string("dbcafeg")) {
-        store->Set("S", std::string_view(&name, 1), "v", At(1));
+        store->Set("S", std::string_view(&name, 1), std::string_view(&name, 1), At(1));
         names += name;
         for (char each : names) {
             EXPECT_TRUE(holdsOne(std::string_view(&each, 1))) << each << " after " << name;
         }
     }
-    store->Set("T", "c2", "x", At(1));
-    store->Set("T", "0", "x", At(1));
+    store->Set("T", "c2", "c2", At(1));
+    store->Set("T", "0", "0", At(1));
     store->RenameSection("T", "S");
     for (char const* each : {"0", "a", "c", "c2", "d", "g"}) {
         EXPECT_TRUE(holdsOne(each)) << each;
@@ -116,11 +109,7 @@ TEST_F(SettingStoreTest, NamesAreOrderedAndComparedAsBytes) {
     for (char const* name : {"b", "B", "a", "_", "\xc3\xa9"}) {
         store->Set("S", name, name, At(1));
     }
-    std::string names;
-    for (Seen const& seen : Visit(store->FindSection("S"))) {
-        names += seen.name;
-    }
-    EXPECT_EQ(names, "B_ab\xc3\xa9");
+    EXPECT_EQ(Visit(store->FindSection("S")), "B=B@1 _=_@1 a=a@1 b=b@1 \xc3\xa9=\xc3\xa9@1");
     EXPECT_TRUE(store->FindItem("S", "A").AtEnd());
     EXPECT_TRUE(store->FindItem("s", "a").AtEnd());
 }
@@ -139,12 +128,11 @@ TEST_F(SettingStoreTest, FlushWritesTheLayoutAndReadsBackExactly) {
         EXPECT_FALSE(store->Changed());
     }
     auto reopened = Reopened();
-    EXPECT_EQ(Visit(reopened->FindSection("Client")),
-              (std::vector<Seen>{{"bytes", std::string("a\0\xff", 3), At(-1500001), false},
-                                 {"cleared", "", now, true},
-                                 {"live", "value", now, false},
-                                 {"undated", "no date", Instant::First(), false}}));
-    EXPECT_EQ(Visit(reopened->FindSection("Other")), (std::vector<Seen>{{"k", "", At(0), false}}));
+    std::string const at = std::to_string(now.Microseconds());
+    EXPECT_EQ(Visit(reopened->FindSection("Client")), "bytes=a\0\xff@-1500001 cleared=-@"s + at +
+                                                          " live=value@" + at +
+                                                          " undated=no date@first");
+    EXPECT_EQ(Visit(reopened->FindSection("Other")), "k=@0");
 }
 
 TEST_F(SettingStoreTest, ReadBackRulesForEachShapeOfEntry) {
@@ -160,7 +148,6 @@ TEST_F(SettingStoreTest, ReadBackRulesForEachShapeOfEntry) {
     EXPECT_EQ(settings.at("value"), CFPreferenceSetting("value", Instant::First()));
     EXPECT_EQ(settings.at("date"), CFPreferenceSetting(At(1000000)));
     EXPECT_EQ(settings.at("neither"), CFPreferenceSetting());
-    EXPECT_TRUE(settings.at("neither").Deleted()) << "no value is a tombstone";
 
     // Each shape is written back as it was read.
     std::string bytes = SerializeBinaryPropertyList(MakeCFDictionary(settings).Get());
@@ -214,11 +201,9 @@ TEST_F(SettingStoreTest, RenameSectionCopiesButReachesDiskOnlyWithAnotherChange)
     store->Flush();
 
     store->RenameSection("Old", "New");
-    EXPECT_EQ(Visit(store->FindSection("New")), (std::vector<Seen>{{"a", "old a", At(1), false},
-                                                                   {"b", "", At(2), true},
-                                                                   {"c", "new c", At(9), false}}))
+    EXPECT_EQ(Visit(store->FindSection("New")), "a=old a@1 b=-@2 c=new c@9")
         << "copied settings replace same-named ones whatever their dates";
-    EXPECT_EQ(Visit(store->FindSection("Old")).size(), 2u) << "the old section stays";
+    EXPECT_EQ(Visit(store->FindSection("Old")), "a=old a@1 b=-@2") << "the old section stays";
     EXPECT_FALSE(store->Changed());
     EXPECT_EQ(Reopened()->FindItem("New", "a").Value().str(), "new a") << "not written yet";
 
@@ -240,8 +225,7 @@ TEST_F(SettingStoreTest, NamesThatCannotBeKeysAreLeftOutAndReported) {
     testing::internal::CaptureStderr();
     store->Flush();
     EXPECT_NE(testing::internal::GetCapturedStderr().find("not UTF-8"), std::string::npos);
-    EXPECT_EQ(Visit(Reopened()->FindSection("S")),
-              (std::vector<Seen>{{"good", "kept", At(1), false}}));
+    EXPECT_EQ(Visit(Reopened()->FindSection("S")), "good=kept@1");
 }
 
 TEST_F(SettingStoreTest, WritesMakeTheirOwnChangesOnWhatOthersWroteMeanwhile) {
@@ -261,10 +245,9 @@ TEST_F(SettingStoreTest, WritesMakeTheirOwnChangesOnWhatOthersWroteMeanwhile) {
     mine->Clear("S", "x", At(6));
     mine->Flush();
     auto file = Reopened();
-    EXPECT_EQ(Visit(file->FindSection("S")),
-              (std::vector<Seen>{{"x", "", At(6), true}, {"y", "their y", At(3), false}}))
+    EXPECT_EQ(Visit(file->FindSection("S")), "x=-@6 y=their y@3")
         << "my clear lands on their file; their settings stay";
-    EXPECT_EQ(Visit(file->FindSection("New")).size(), 2u) << "the copy includes their b";
+    EXPECT_EQ(Visit(file->FindSection("New")), "a=a@1 b=their b@2") << "the copy includes their b";
 
     mine->ResetDates();
     mine->Set("S", "w", "w", At(1));

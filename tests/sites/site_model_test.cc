@@ -51,7 +51,6 @@ TEST(SiteType, ConstructorFlagsFollowTheAgentsRules) {
 TEST(SiteMap, DecodesTheLocatorAndRedecodesOnANewOne) {
     SiteMap site(MacintoshPlatform::FileLocation("/s"), "n", URL::Parse("http://h/a%20b#x%2Fy"),
                  SiteType(), 1, Instant::First(), Instant::First(), cPublisherSchedule, 1, 0, 0);
-    EXPECT_EQ(site.next, nullptr);
     EXPECT_EQ(site.SiteLocatorDecoded().str(), "http://h/a b#x/y");
     site.SetSiteLocator(URL::Parse("http://h/c%41"));
     EXPECT_EQ(site.SiteLocatorDecoded().str(), "http://h/cA");
