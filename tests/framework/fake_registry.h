@@ -120,15 +120,6 @@ R CastValue(std::string const& phrase, std::string const& sourceType, O const& o
     return result;
 }
 
-template <class Res, class L, class R>
-Res Apply(int code, std::string const& leftType, std::string const& rightType, L const& left,
-          R const& right) {
-    Record const& r = Operator(code, leftType, rightType);
-    Res result{};
-    r.op(&result, &left, &right, r.userData);
-    return result;
-}
-
 // Runs an iterated property to its end.
 template <class R> std::vector<R> Iterate(Record const& r, void const* index, void const* object) {
     std::vector<std::max_align_t> state(r.stateSize / sizeof(std::max_align_t) + 1);
