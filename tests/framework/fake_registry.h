@@ -90,7 +90,6 @@ std::optional<Record> RegistrationOf(void const* block);
 
 // The single registration in force that matches; throws std::logic_error
 // otherwise. A property matches by its phrase or its plural, plain or iterated.
-Record const& Type(std::string const& name);
 Record const& Property(std::string const& phrase, std::string const& indexType,
                        std::string const& objectType);
 Record const& Cast(std::string const& phrase, std::string const& sourceType);

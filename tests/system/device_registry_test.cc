@@ -85,17 +85,16 @@ TEST_F(DeviceRegistry, CopiesOfAChildShareTheEntryOpenedLater) {
 TEST_F(DeviceRegistry, EvaluationsLeaveNoEntryOpen) {
     system_test::Ask("exists service plane of iokit registry"); // the root stays open
     std::ptrdiff_t const before = OpenDescriptors();
-    EXPECT_EQ(
-        system_test::Ask("names of nodes of nodes of nodes of service plane of iokit registry"),
-        (system_test::Answers{"leaf"}));
-    EXPECT_EQ(system_test::Ask("(name of it, (path of it, name of it)) of nodes of nodes of "
-                               "node \"IOService:/\" of iokit registry"),
-              (system_test::Answers{"x, IOService:/a/x, x", "y, IOService:/a/y, y"}));
-    // Iterations abandoned after their first value, and failed lookups.
-    EXPECT_EQ(system_test::Ask("exists nodes of nodes of service plane of iokit registry"),
-              (system_test::Answers{"True"}));
-    EXPECT_EQ(system_test::Answer("name of node \"a/z\" of service plane of iokit registry"),
-              "error: Singular expression refers to nonexistent object.");
+    // Among them iterations abandoned after their first value, and failed lookups.
+    system_test::Expect({
+        {"names of nodes of nodes of nodes of service plane of iokit registry", "leaf"},
+        {"(name of it, (path of it, name of it)) of nodes of nodes of node \"IOService:/\" of "
+         "iokit registry",
+         "x, IOService:/a/x, x; y, IOService:/a/y, y"},
+        {"exists nodes of nodes of service plane of iokit registry", "True"},
+        {"name of node \"a/z\" of service plane of iokit registry",
+         "error: Singular expression refers to nonexistent object."},
+    });
     EXPECT_EQ(OpenDescriptors(), before);
 }
 
