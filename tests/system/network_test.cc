@@ -233,17 +233,17 @@ TEST(IFAddrListTest, SameIpAddressesMeansTheSameIpv4AddressesInOrder) {
     FakeInterfaces empty;
     platform::ScopedInterfaceAddressSource frees(empty); // the fakes own their memory
     std::deque<FakeInterfaces> sources;
-    // A list of a link entry, an IPv6 entry and the IPv4 addresses given.
+    // A link entry, then each IPv4 address given followed by an IPv6 entry.
     auto snapshot = [&](std::vector<char const*> const& addresses, char const* mask) {
         FakeInterfaces& source = sources.emplace_back();
-        source.Link("en0", {1, 2, 3, 4, 5, 6}, IFF_UP).Other("en0", AF_INET6, 0);
+        source.Link("en0", {1, 2, 3, 4, 5, 6}, IFF_UP);
         for (char const* address : addresses)
-            source.Inet("en1", address, mask, "10.255.255.255", IFF_UP);
+            source.Inet("en1", address, mask, "10.255.255.255", IFF_UP).Other("en1", AF_INET6, 0);
         platform::ScopedInterfaceAddressSource installed(source);
         return IFAddrList();
     };
     IFAddrList const first = snapshot({"10.0.0.1", "10.0.0.2"}, "255.0.0.0");
-    EXPECT_EQ(first.Count(), 4u);
+    EXPECT_EQ(first.Count(), 5u);
     EXPECT_EQ(first.IPCount(), 2u);
     EXPECT_EQ(first.LinkCount(), 1u);
     EXPECT_TRUE(first.SameIPAddresses(snapshot({"10.0.0.1", "10.0.0.2"}, "255.255.0.0")));
