@@ -73,16 +73,18 @@ TEST_F(CoreRegistrations, TimeRangesPrintCompareAndGiveTheirEnds) {
     moment t{5000000};
     time_range range{t, t + hour_of()};
     inspector_string printed = fake::CastValue<inspector_string>("string", "time range", range);
-    EXPECT_EQ(std::string_view(reinterpret_cast<char const*>(printed.pointer), printed.length),
+    EXPECT_EQ(fake::Text(printed),
               "Thu, 01 Jan 1970 00:00:05 +0000 to Thu, 01 Jan 1970 01:00:05 +0000");
     EXPECT_EQ(Property<moment>("start", range), t);
     EXPECT_EQ(Property<moment>("end", range), t + hour_of());
     EXPECT_EQ(Property<time_interval>("length", range), hour_of());
-    auto equal = [](time_range const& a, time_range const& b) {
-        return fake::Apply<boolean>(kOperatorEqual, "time range", "time range", a, b);
-    };
-    EXPECT_TRUE(equal(range, range));
-    EXPECT_FALSE(equal(range, time_range{t, t}));
+    Record const& equal = fake::Operator(kOperatorEqual, "time range", "time range");
+    boolean same = false;
+    equal.op(&same, &range, &range, equal.userData);
+    EXPECT_TRUE(same);
+    time_range const instant{t, t};
+    equal.op(&same, &range, &instant, equal.userData);
+    EXPECT_FALSE(same);
 }
 
 TEST_F(CoreRegistrations, NowFollowsTheClockAndOnlyTheUnitsHaveFingerprints) {

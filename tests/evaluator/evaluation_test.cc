@@ -59,48 +59,21 @@ TEST_F(Evaluation, EveryValueIsDestroyedExactlyOnce) {
     EXPECT_EQ(counters.valuesDestroyed, 8);
 }
 
-struct Note : InspectorContext {
-    int value = 0;
-};
-
-void contextValue(void* result, void const*, void const*, void*, void const*) {
-    auto* note = dynamic_cast<Note*>(Get_Generic_Inspector_Context());
-    if (!note)
-        throw NoInspectorContext();
-    *static_cast<integer*>(result) = note->value;
-}
-
-TEST(EvaluationContext, IsInstalledOnlyForTheEvaluation) {
-    alignas(16) unsigned char block[kPropertyBlockSize];
-    Register_Property(block, sizeof block, "test note", "test notes", "", "", "integer",
-                      contextValue, nullptr, nullptr);
+TEST_F(Evaluation, TheContextIsInstalledOnlyForTheEvaluation) {
     Note note;
     note.value = 42;
     EXPECT_EQ(answers("test note", {&note, {}}), std::vector<std::string>{"42"});
     EXPECT_EQ(Get_Generic_Inspector_Context(), nullptr);
     EXPECT_EQ(failure("test note"), "0: NoInspectorContext: no agent context is available");
-    Unregister_Property(block);
 }
 
-void* lastAllocation = nullptr;
-void allocates(void* result, void const*, void const*, void*, void const*) {
-    auto* bytes = static_cast<unsigned char*>(Allocate_Inspector_Memory(5));
-    std::memcpy(bytes, "hello", 5);
-    lastAllocation = bytes;
-    *static_cast<inspector_string*>(result) = inspector_string{bytes, 5};
-}
-
-TEST(EvaluationMemory, LivesUntilTheEvaluationEndsAndIsReused) {
-    alignas(16) unsigned char block[kPropertyBlockSize];
-    Register_Property(block, sizeof block, "test greeting", "test greetings", "", "", "string",
-                      allocates, nullptr, nullptr);
+TEST_F(Evaluation, MemoryLivesUntilTheEvaluationEndsAndIsReused) {
     auto expression = Expression::compile("(test greeting, test greeting, test greeting)");
     EXPECT_EQ(expression.answers(), std::vector<std::string>{"hello, hello, hello"});
     void* first = lastAllocation;
     expression.answers();
     EXPECT_EQ(lastAllocation, first); // the arena starts over for each evaluation
     EXPECT_THROW(Allocate_Inspector_Memory(1), std::logic_error);
-    Unregister_Property(block);
 }
 
 } // namespace

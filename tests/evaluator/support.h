@@ -31,14 +31,4 @@ inline std::string failure(std::string const& text, EvaluationOptions const& opt
     return "no error";
 }
 
-inline ExpressionError::Kind failureKind(std::string const& text) {
-    try {
-        Expression::compile(text).answers();
-    } catch (ExpressionError const& e) {
-        return e.kind();
-    }
-    ADD_FAILURE() << "expected a failure from " << text;
-    return ExpressionError::Kind::Evaluation;
-}
-
 } // namespace zor::testing

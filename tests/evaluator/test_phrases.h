@@ -5,6 +5,7 @@
 #include <cstring>
 #include <string>
 
+#include "evaluator/context.h"
 #include "evaluator/errors.h"
 #include "evaluator/registration.h"
 #include "evaluator/values.h"
@@ -33,6 +34,15 @@ inline inspector_string literal(char const* text) {
 
 inline Animal const kRex{4, "rex"};
 
+// What "test note" answers: the value of the evaluation's context.
+struct Note : InspectorContext {
+    int value = 0;
+};
+
+// What "test three" feeds its fingerprint; where "test greeting" put its text.
+inline unsigned char feed = 1;
+inline void* lastAllocation = nullptr;
+
 // Registers the test phrases for its lifetime.
 class TestPhrases {
 public:
@@ -49,6 +59,9 @@ public:
         property("sound", "sounds", "", "test dog", "string", dogSound);
         property("test resource", "test resources", "", "", "test resource", resource);
         property("id", "ids", "", "test resource", "integer", resourceId);
+        property("test note", "test notes", "", "", "integer", contextValue);
+        property("test greeting", "test greetings", "", "", "string", allocates);
+        property("test three", "", "", "", "integer", three, fingerprintFeed);
         Register_Iterated_Property(blocks_[properties_++], kPropertyBlockSize, "tick", "ticks",
                                    "integer", "", "integer", sizeof(Ticker), construct, destroy,
                                    tickFirst, tickNext, nullptr, nullptr);
@@ -75,10 +88,12 @@ public:
     }
 
 private:
+    // Only "test three" has a fingerprint function.
     void property(char const* phrase, char const* plural, char const* index, char const* object,
-                  char const* result, PropertyThunk get) {
+                  char const* result, PropertyThunk get,
+                  FingerprintFunction fingerprint = nullptr) {
         Register_Property(blocks_[properties_++], kPropertyBlockSize, phrase, plural, index, object,
-                          result, get, nullptr, nullptr);
+                          result, get, nullptr, fingerprint);
     }
 
     static void construct(void* state) {
@@ -119,6 +134,22 @@ private:
         if (limit >= 0 && position >= limit)
             throw NoSuchObject();
         *static_cast<integer*>(result) = ++position;
+    }
+    static void contextValue(void* result, void const*, void const*, void*, void const*) {
+        auto* note = dynamic_cast<Note*>(Get_Generic_Inspector_Context());
+        if (!note)
+            throw NoInspectorContext();
+        *static_cast<integer*>(result) = note->value;
+    }
+    static void allocates(void* result, void const*, void const*, void*, void const*) {
+        auto* bytes = static_cast<unsigned char*>(Allocate_Inspector_Memory(5));
+        std::memcpy(bytes, "hello", 5);
+        lastAllocation = bytes;
+        *static_cast<inspector_string*>(result) = inspector_string{bytes, 5};
+    }
+    static void fingerprintFeed(Fingerprinter& f) { Fingerprint_Byte_Range(f, &feed, &feed + 1); }
+    static void three(void* result, void const*, void const*, void*, void const*) {
+        *static_cast<integer*>(result) = 3;
     }
     static void animalName(void* result, void const* object, void const*) {
         *static_cast<inspector_string*>(result) = literal(static_cast<Animal const*>(object)->name);

@@ -60,11 +60,6 @@ std::optional<Record> RegistrationOf(void const* block) {
     return std::nullopt;
 }
 
-Record const& Type(std::string const& name) {
-    return Single([&](Record const& r) { return r.call == Call::RegisterType && r.phrase == name; },
-                  "type " + name);
-}
-
 Record const& Property(std::string const& phrase, std::string const& indexType,
                        std::string const& objectType) {
     return Single(

@@ -90,7 +90,6 @@ std::optional<Record> RegistrationOf(void const* block);
 
 // The single registration in force that matches; throws std::logic_error
 // otherwise. A property matches by its phrase or its plural, plain or iterated.
-Record const& Type(std::string const& name);
 Record const& Property(std::string const& phrase, std::string const& indexType,
                        std::string const& objectType);
 Record const& Cast(std::string const& phrase, std::string const& sourceType);
@@ -117,15 +116,6 @@ R CastValue(std::string const& phrase, std::string const& sourceType, O const& o
     Record const& r = Cast(phrase, sourceType);
     R result{};
     r.cast(&result, &object, r.userData);
-    return result;
-}
-
-template <class Res, class L, class R>
-Res Apply(int code, std::string const& leftType, std::string const& rightType, L const& left,
-          R const& right) {
-    Record const& r = Operator(code, leftType, rightType);
-    Res result{};
-    r.op(&result, &left, &right, r.userData);
     return result;
 }
 

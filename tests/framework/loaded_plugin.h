@@ -36,14 +36,8 @@ private:
 // A test suite with the plug-in loaded from its first test to its last.
 class PluginSuite : public testing::Test {
 protected:
-    using Answers = std::vector<std::string>;
-
     static void SetUpTestSuite() { plugin_ = std::make_unique<LoadedPlugin>(ZOR_PLUGIN_PATH); }
     static void TearDownTestSuite() { plugin_.reset(); }
-
-    static Answers Evaluate(std::string const& text, zor::EvaluationOptions const& options = {}) {
-        return zor::Expression::compile(text).answers(options);
-    }
 
 private:
     static inline std::unique_ptr<LoadedPlugin> plugin_;

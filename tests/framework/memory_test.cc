@@ -8,14 +8,11 @@
 #include "framework/tuples.h"
 #include "tests/framework/fake_registry.h"
 
-namespace {} // namespace
-
 TEST(InspectorMemory, CopyRequestsExactlyTheLengthAndCopies) {
     fake::allocationSizes.clear();
     inspector_string empty = CopyToInspectorString(ConstData());
     EXPECT_EQ(empty.length, 0u);
-    ASSERT_EQ(fake::allocationSizes.size(), 1u);
-    EXPECT_EQ(fake::allocationSizes[0], 0u);
+    EXPECT_EQ(fake::allocationSizes, std::vector<unsigned long>{0});
 
     std::string const expected("bytes\0here!", 11);
     std::string source = expected;
@@ -34,8 +31,7 @@ TEST(InspectorMemory, CopyOfARopeJoinsItsPiecesInOrder) {
     EXPECT_EQ(rope.Length(), 12u);
     inspector_string joined = CopyToInspectorString(rope);
     EXPECT_EQ(fake::Text(joined), "left = right");
-    ASSERT_EQ(fake::allocationSizes.size(), 1u);
-    EXPECT_EQ(fake::allocationSizes[0], 12u);
+    EXPECT_EQ(fake::allocationSizes, std::vector<unsigned long>{12});
 }
 
 TEST(InspectorMemory, NarrowingKeepsTheLowBits) {
@@ -55,9 +51,9 @@ TEST(Tuples, TypeNamesAreBuiltOnceFromTheMemberNames) {
     std::string timed = TimedValue<integer>::TypeName();
     EXPECT_EQ(timed, "timed" + tuple);
     EXPECT_EQ(TimedValue<integer>::TypeName(), TimedValue<integer>::TypeName());
-    ASSERT_EQ(fake::tupleNameRequests.size(), 1u) << "the name is built once";
-    EXPECT_EQ(fake::tupleNameRequests[0].first, "time range");
-    EXPECT_EQ(fake::tupleNameRequests[0].second, "integer");
+    EXPECT_EQ(fake::tupleNameRequests,
+              (std::vector<std::pair<std::string, std::string>>{{"time range", "integer"}}))
+        << "the name is built once";
     EXPECT_EQ(MakeTimedValueTypeName("( a, b )"), "timed( a, b )");
 }
 
@@ -66,9 +62,7 @@ TEST(Tuples, TimedValueCopiesItsMembersIntoEvaluatorMemory) {
     time_range range{{100}, {200}};
     integer count = 17;
     TimedValue<integer> timed = CopyToTimedValue(range, count);
-    ASSERT_EQ(fake::allocationSizes.size(), 2u);
-    EXPECT_EQ(fake::allocationSizes[0], 8u);
-    EXPECT_EQ(fake::allocationSizes[1], 16u);
+    EXPECT_EQ(fake::allocationSizes, (std::vector<unsigned long>{8, 16}));
     range.start.microseconds = 0;
     count = 0;
 

@@ -1,5 +1,5 @@
-// The POSIX regex wrappers on their own: compile failures as exceptions that
-// carry the library's message, ownership of compiled patterns, matching
+// The POSIX regex wrappers on their own (the guide shows compile failures
+// with the library's message): ownership of compiled patterns, matching
 // within a range of an unterminated buffer, and the error text with its NUL.
 #include <gtest/gtest.h>
 
@@ -19,6 +19,15 @@ std::string Message(int code) {
     return text;
 }
 
+// The start and end offsets of each entry, as "start-end" separated by spaces.
+std::string Spans(regmatch_t const* entries, std::size_t count) {
+    std::string text;
+    for (std::size_t i = 0; i < count; ++i)
+        text += (i ? " " : "") + std::to_string(entries[i].rm_so) + "-" +
+                std::to_string(entries[i].rm_eo);
+    return text;
+}
+
 } // namespace
 
 // The code a failure carries, its message checked against the library's.
@@ -30,11 +39,6 @@ template <typename Failure, typename Attempt> int FailureCode(Attempt const& att
         return failure.Code();
     }
     return 0;
-}
-
-TEST(RegexWrappers, CompileFailuresCarryTheCodeAndTheLibraryMessage) {
-    EXPECT_EQ(FailureCode<RegComp_Failed>([] { RegComp("(", REG_EXTENDED); }), REG_EPAREN);
-    EXPECT_EQ(FailureCode<RegComp_Failed>([] { RegComp("a{2,1}", REG_EXTENDED); }), REG_BADBR);
 }
 
 TEST(RegexWrappers, AutoRegexHandsItsPatternOverAndFreesItOnce) {
@@ -88,12 +92,7 @@ TEST(RegexWrappers, ExecReportsMatchesNoMatchAndFailures) {
     AutoRegex const groups = RegComp("(b+)(x)?", REG_EXTENDED);
     regmatch_t parts[3];
     ASSERT_TRUE(RegExec(groups.Get(), "abbc", 0, 3, parts));
-    EXPECT_EQ(parts[0].rm_so, 1);
-    EXPECT_EQ(parts[0].rm_eo, 3);
-    EXPECT_EQ(parts[1].rm_so, 1);
-    EXPECT_EQ(parts[1].rm_eo, 3);
-    EXPECT_EQ(parts[2].rm_so, -1);
-    EXPECT_EQ(parts[2].rm_eo, -1);
+    EXPECT_EQ(Spans(parts, 3), "1-3 1-3 -1--1");
     EXPECT_FALSE(RegExec(groups.Get(), "ac", 0, 3, parts));
 
     AutoRegex const anchored = RegComp("^a", REG_EXTENDED);
@@ -113,8 +112,7 @@ TEST(RegexWrappers, StartEndMatchesWithinARangeWithOffsetsFromTheBase) {
     AutoRegex const tail = RegComp("bc$", REG_EXTENDED);
     regmatch_t match;
     ASSERT_TRUE(RegExecWithRegStartEnd(tail.Get(), buffer, buffer + 1, buffer + 4, 0, 1, &match));
-    EXPECT_EQ(match.rm_so, 2);
-    EXPECT_EQ(match.rm_eo, 4);
+    EXPECT_EQ(Spans(&match, 1), "2-4");
     EXPECT_FALSE(RegExecWithRegStartEnd(tail.Get(), buffer, buffer, buffer + 5, 0, 1, &match));
 
     // With no offsets asked for, the range still applies.
@@ -130,34 +128,23 @@ TEST(RegexWrappers, StartEndMatchesWithinARangeWithOffsetsFromTheBase) {
     // The empty range at the end.
     AutoRegex const anything = RegComp("x*", REG_EXTENDED);
     ASSERT_TRUE(RegExec(anything.Get(), buffer, buffer + 5, buffer + 5, 0, 1, &match));
-    EXPECT_EQ(match.rm_so, 5);
-    EXPECT_EQ(match.rm_eo, 5);
+    EXPECT_EQ(Spans(&match, 1), "5-5");
 }
 
 TEST(RegexWrappers, VectorFormsSizeToTheGroupsAndZeroEveryEntry) {
     AutoRegex const twoGroups = RegComp("(a)|(b)", REG_EXTENDED);
     std::vector<regmatch_t> matches(7, regmatch_t{9, 9});
     ASSERT_TRUE(RegExec(twoGroups.Get(), "b", 0, matches));
-    ASSERT_EQ(matches.size(), 3u);
-    EXPECT_EQ(matches[1].rm_so, -1);
-    EXPECT_EQ(matches[2].rm_so, 0);
-    EXPECT_EQ(matches[2].rm_eo, 1);
+    EXPECT_EQ(Spans(matches.data(), matches.size()), "0-1 -1--1 0-1");
 
     char const buffer[] = {'a', 'a', 'b'};
     std::vector<regmatch_t> ranged(1, regmatch_t{5, 5});
     ASSERT_TRUE(RegExec(twoGroups.Get(), buffer, buffer + 1, buffer + 3, REG_NOTBOL, ranged));
-    ASSERT_EQ(ranged.size(), 3u);
-    EXPECT_EQ(ranged[0].rm_so, 1);
-    EXPECT_EQ(ranged[1].rm_so, 1);
-    EXPECT_EQ(ranged[2].rm_so, -1);
+    EXPECT_EQ(Spans(ranged.data(), ranged.size()), "1-2 1-2 -1--1");
 
     // After a failed search every entry is zero: nothing is left from before.
     ASSERT_FALSE(RegExec(twoGroups.Get(), "zz", 0, ranged));
-    ASSERT_EQ(ranged.size(), 3u);
-    for (regmatch_t const& entry : ranged) {
-        EXPECT_EQ(entry.rm_so, 0);
-        EXPECT_EQ(entry.rm_eo, 0);
-    }
+    EXPECT_EQ(Spans(ranged.data(), ranged.size()), "0-0 0-0 0-0");
 }
 
 TEST(RegexWrappers, ErrorTextKeepsItsTerminatingNul) {

@@ -85,17 +85,16 @@ TEST_F(DeviceRegistry, CopiesOfAChildShareTheEntryOpenedLater) {
 TEST_F(DeviceRegistry, EvaluationsLeaveNoEntryOpen) {
     system_test::Ask("exists service plane of iokit registry"); // the root stays open
     std::ptrdiff_t const before = OpenDescriptors();
-    EXPECT_EQ(
-        system_test::Ask("names of nodes of nodes of nodes of service plane of iokit registry"),
-        (system_test::Answers{"leaf"}));
-    EXPECT_EQ(system_test::Ask("(name of it, (path of it, name of it)) of nodes of nodes of "
-                               "node \"IOService:/\" of iokit registry"),
-              (system_test::Answers{"x, IOService:/a/x, x", "y, IOService:/a/y, y"}));
-    // Iterations abandoned after their first value, and failed lookups.
-    EXPECT_EQ(system_test::Ask("exists nodes of nodes of service plane of iokit registry"),
-              (system_test::Answers{"True"}));
-    EXPECT_EQ(system_test::Answer("name of node \"a/z\" of service plane of iokit registry"),
-              "error: Singular expression refers to nonexistent object.");
+    // Among them iterations abandoned after their first value, and failed lookups.
+    system_test::Expect({
+        {"names of nodes of nodes of nodes of service plane of iokit registry", "leaf"},
+        {"(name of it, (path of it, name of it)) of nodes of nodes of node \"IOService:/\" of "
+         "iokit registry",
+         "x, IOService:/a/x, x; y, IOService:/a/y, y"},
+        {"exists nodes of nodes of service plane of iokit registry", "True"},
+        {"name of node \"a/z\" of service plane of iokit registry",
+         "error: Singular expression refers to nonexistent object."},
+    });
     EXPECT_EQ(OpenDescriptors(), before);
 }
 
@@ -110,14 +109,9 @@ TEST_F(DeviceRegistry, AttributesAreReadBoundedAndNeverBlock) {
 
     auto entry = platform::OpenRegistryEntry(*platform::PlaneNamed("IOService"), "d");
     ASSERT_TRUE(entry.valid());
-    auto const attributes = platform::ReadAttributes(entry.get(), false);
-    std::vector<std::string> names;
-    for (auto const& [name, value] : attributes) {
-        names.push_back(name);
-    }
-    EXPECT_EQ(names, (std::vector<std::string>{"limit", "text"}));
-    EXPECT_EQ(attributes[0].second.size(), platform::kLargestAttribute);
-    EXPECT_EQ(attributes[1].second, "line\n");
+    EXPECT_EQ(platform::ReadAttributes(entry.get(), false),
+              (std::vector<std::pair<std::string, std::string>>{
+                  {"limit", std::string(platform::kLargestAttribute, 'x')}, {"text", "line\n"}}));
 }
 
 utmp Login(short type, char const* line, char const* user, int seconds) {

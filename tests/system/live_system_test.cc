@@ -61,18 +61,6 @@ std::size_t ProcessDirectories() {
                          });
 }
 
-// The subfolders (no links) of a folder, by name.
-std::vector<std::string> SortedFolders(fs::path const& folder) {
-    std::vector<std::string> names;
-    for (auto const& entry : fs::directory_iterator(folder)) {
-        if (entry.is_directory() && !entry.is_symlink()) {
-            names.push_back(entry.path().filename().string());
-        }
-    }
-    std::sort(names.begin(), names.end());
-    return names;
-}
-
 } // namespace
 
 TEST_F(LiveSystem, ComputerAndOperatingSystemAgreeWithUnameAndTheReleaseFile) {
@@ -153,7 +141,12 @@ TEST_F(LiveSystem, ProcessesAgreeWithProc) {
 
 TEST_F(LiveSystem, ServicePlaneIsSysDevices) {
     fs::path const devices = "/sys/devices";
-    std::vector<std::string> const names = SortedFolders(devices);
+    // Its subfolders (no links), by name.
+    std::vector<std::string> names;
+    for (auto const& entry : fs::directory_iterator(devices))
+        if (entry.is_directory() && !entry.is_symlink())
+            names.push_back(entry.path().filename().string());
+    std::sort(names.begin(), names.end());
     EXPECT_EQ(Ask("names of nodes of service plane of iokit registry"), names);
     EXPECT_EQ(Ask("names of nodes of node \"IOService:/\" of iokit registry"), names);
     Answers classes;

@@ -230,39 +230,29 @@ TEST(ReportedFamily, SystemFamiliesInTheInspectorsNumbering) {
 }
 
 TEST(IFAddrListTest, SameIpAddressesMeansTheSameIpv4AddressesInOrder) {
-    FakeInterfaces a;
-    a.Link("en0", {1, 2, 3, 4, 5, 6}, IFF_UP)
-        .Inet("en0", "10.0.0.1", "255.0.0.0", "10.255.255.255", IFF_UP)
-        .Inet("en1", "10.0.0.2", "255.0.0.0", "10.255.255.255", IFF_UP);
-    FakeInterfaces sameDifferentMasks;
-    sameDifferentMasks.Inet("x", "10.0.0.1", "255.255.0.0", "10.0.255.255", 0)
-        .Other("x", AF_INET6, 0)
-        .Inet("y", "10.0.0.2", "255.255.255.0", "10.0.0.255", 0);
-    FakeInterfaces reversed;
-    reversed.Inet("en1", "10.0.0.2", "255.0.0.0", "10.255.255.255", IFF_UP)
-        .Inet("en0", "10.0.0.1", "255.0.0.0", "10.255.255.255", IFF_UP);
-    FakeInterfaces longer;
-    longer.Inet("en0", "10.0.0.1", "255.0.0.0", "10.255.255.255", IFF_UP)
-        .Inet("en1", "10.0.0.2", "255.0.0.0", "10.255.255.255", IFF_UP)
-        .Inet("en2", "10.0.0.3", "255.0.0.0", "10.255.255.255", IFF_UP);
     FakeInterfaces empty;
-
-    auto snapshot = [](FakeInterfaces& source) {
+    platform::ScopedInterfaceAddressSource frees(empty); // the fakes own their memory
+    std::deque<FakeInterfaces> sources;
+    // A link entry, then each IPv4 address given followed by an IPv6 entry.
+    auto snapshot = [&](std::vector<char const*> const& addresses, char const* mask) {
+        FakeInterfaces& source = sources.emplace_back();
+        source.Link("en0", {1, 2, 3, 4, 5, 6}, IFF_UP);
+        for (char const* address : addresses)
+            source.Inet("en1", address, mask, "10.255.255.255", IFF_UP).Other("en1", AF_INET6, 0);
         platform::ScopedInterfaceAddressSource installed(source);
         return IFAddrList();
     };
-    platform::ScopedInterfaceAddressSource frees(empty); // the fakes own their memory
-    IFAddrList const first = snapshot(a);
-    EXPECT_EQ(first.Count(), 3u);
+    IFAddrList const first = snapshot({"10.0.0.1", "10.0.0.2"}, "255.0.0.0");
+    EXPECT_EQ(first.Count(), 5u);
     EXPECT_EQ(first.IPCount(), 2u);
     EXPECT_EQ(first.LinkCount(), 1u);
-    EXPECT_TRUE(first.SameIPAddresses(snapshot(a)));
-    EXPECT_TRUE(first.SameIPAddresses(snapshot(sameDifferentMasks)));
-    EXPECT_FALSE(first.SameIPAddresses(snapshot(reversed)));
-    EXPECT_FALSE(first.SameIPAddresses(snapshot(longer)));
-    EXPECT_FALSE(snapshot(longer).SameIPAddresses(first));
-    EXPECT_FALSE(first.SameIPAddresses(snapshot(empty)));
-    EXPECT_TRUE(snapshot(empty).SameIPAddresses(snapshot(empty)));
+    EXPECT_TRUE(first.SameIPAddresses(snapshot({"10.0.0.1", "10.0.0.2"}, "255.255.0.0")));
+    EXPECT_FALSE(first.SameIPAddresses(snapshot({"10.0.0.2", "10.0.0.1"}, "255.0.0.0")));
+    IFAddrList const longer = snapshot({"10.0.0.1", "10.0.0.2", "10.0.0.3"}, "255.0.0.0");
+    EXPECT_FALSE(first.SameIPAddresses(longer));
+    EXPECT_FALSE(longer.SameIPAddresses(first));
+    EXPECT_FALSE(first.SameIPAddresses(IFAddrList()));
+    EXPECT_TRUE(IFAddrList().SameIPAddresses(snapshot({}, "")));
 }
 
 TEST(IFAddrListTest, AssignmentHandsTheListOver) {
