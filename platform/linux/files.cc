@@ -175,9 +175,10 @@ std::vector<FolderEntry> ListFolder(int folder, char const* name) {
 }
 
 std::vector<FolderEntry> ListOpenFolder(int folder) {
-    // An O_PATH descriptor cannot seek: its folder is listed through a new one.
+    // Only a folder that could not be opened for reading is held by an O_PATH
+    // descriptor, which cannot seek.
     if (lseek(folder, 0, SEEK_SET) != 0) {
-        return ListFolder(folder, ".");
+        return {};
     }
     return ReadListing(folder);
 }

@@ -80,8 +80,8 @@ struct FolderEntry {
 // listing call per block of entries and no status call.
 std::vector<FolderEntry> ListFolder(int folder, char const* name);
 
-// The same for the folder the descriptor holds: read from its start without
-// a second open when it is open for reading, which moves its position.
+// The same for the folder the descriptor holds, read from its start through
+// that descriptor (its position moves); empty when it is not open for reading.
 std::vector<FolderEntry> ListOpenFolder(int folder);
 
 // The absolute path of the current working folder.

@@ -12,6 +12,7 @@
 #include <optional>
 #include <string>
 #include <sys/stat.h>
+#include <unistd.h>
 #include <utmp.h>
 #include <vector>
 
@@ -112,6 +113,24 @@ TEST_F(DeviceRegistry, AttributesAreReadBoundedAndNeverBlock) {
     EXPECT_EQ(platform::ReadAttributes(entry.get(), false),
               (std::vector<std::pair<std::string, std::string>>{
                   {"limit", std::string(platform::kLargestAttribute, 'x')}, {"text", "line\n"}}));
+}
+
+// Held by an O_PATH descriptor, a folder this process may not read is still
+// a node; it has no children to list.
+TEST_F(DeviceRegistry, AFolderThatCannotBeReadIsANodeWithoutChildren) {
+    chmod(tree_->Folder("sys/devices/locked").c_str(), 0111);
+    EXPECT_EXIT(
+        {
+            system_test::Ask("exists service plane of iokit registry"); // opens the root
+            if (geteuid() == 0 && setuid(65534) != 0) {
+                _exit(2);
+            }
+            std::string const answer = system_test::Answer(
+                "(exists it, number of nodes of it) of node \"locked\" of service plane of "
+                "iokit registry");
+            _exit(answer == "True, 0" ? 0 : 1);
+        },
+        testing::ExitedWithCode(0), "");
 }
 
 utmp Login(short type, char const* line, char const* user, int seconds) {
