@@ -129,8 +129,10 @@ Descriptor OpenRegistryEntry(RegistryPlane const& plane, std::string_view relati
 }
 
 std::vector<std::string> RegistryChildNames(RegistryPlane const& plane, int folder, bool top) {
+    std::vector<FolderEntry> entries = ListOpenFolder(folder);
     std::vector<std::string> names;
-    for (FolderEntry& entry : ListOpenFolder(folder)) {
+    names.reserve(entries.size());
+    for (FolderEntry& entry : entries) {
         bool const member = plane.listing && top && entry.type == EntryType::Link &&
                             MemberTarget(plane, entry.name);
         if (member || EntryIsFolder(folder, entry)) {
