@@ -5,7 +5,6 @@
 // transcript_runner ROOT ZORQ ZORSETTINGS ZORACTION FILE
 #include <algorithm>
 #include <cctype>
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iostream>
@@ -16,6 +15,7 @@
 #include <string_view>
 #include <vector>
 
+#include "tests/files/temp_tree.h"
 #include "tests/support/subprocess.h"
 #include "tests/transcripts/transcript.h"
 #include "util/ascii.h"
@@ -28,28 +28,6 @@ namespace fs = std::filesystem;
 struct Tools {
     fs::path root;
     std::map<std::string, std::string> programs; // "zorq", "zorsettings", "zoraction"
-};
-
-// A fresh folder for one transcript's files, removed with everything in it.
-class TemporaryFolder {
-public:
-    TemporaryFolder() {
-        auto pattern = (fs::temp_directory_path() / "transcript-XXXXXX").string();
-        if (mkdtemp(pattern.data()) == nullptr)
-            throw std::runtime_error("cannot make a temporary folder");
-        path_ = pattern;
-    }
-    TemporaryFolder(TemporaryFolder const&) = delete;
-    TemporaryFolder& operator=(TemporaryFolder const&) = delete;
-    ~TemporaryFolder() {
-        std::error_code ignored;
-        fs::permissions(path_, fs::perms::owner_all, fs::perm_options::add, ignored);
-        fs::remove_all(path_, ignored);
-    }
-    fs::path const& path() const { return path_; }
-
-private:
-    fs::path path_;
 };
 
 void replaceAll(std::string& text, std::string const& from, std::string const& to) {
@@ -118,7 +96,7 @@ public:
     explicit World(Tools const& tools) : tools_(tools) {}
 
     std::string expand(std::string text) const {
-        replaceAll(text, "{tmp}", folder_.path().string());
+        replaceAll(text, "{tmp}", folder_.Path());
         replaceAll(text, "{root}", tools_.root.string());
         return text;
     }
@@ -174,7 +152,7 @@ public:
 
 private:
     fs::path inFolder(std::string const& relative) const {
-        return folder_.path() / unescape(relative);
+        return fs::path(folder_.Path()) / unescape(relative);
     }
 
     void settings(std::string const& argument) {
@@ -192,7 +170,7 @@ private:
     }
 
     Tools const& tools_;
-    TemporaryFolder folder_;
+    TempTree folder_; // the transcript's files, removed afterwards
     std::vector<std::string> options_;
     std::vector<std::string> environment_;
     bool exactEnvironment_ = false;
