@@ -3,7 +3,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cstring>
 #include <string>
 #include <utility>
 #include <vector>
@@ -64,17 +63,6 @@ std::string Trace(std::string const& text) {
 }
 
 } // namespace
-
-TEST(CommandTable, NoKeywordIsHiddenBehindAnEarlierPrefix) {
-    auto const& table = ActionShellParser::commandTable;
-    for (std::size_t later = 0; later < ActionShellParser::NumCommands; ++later) {
-        for (std::size_t earlier = 0; earlier < later; ++earlier)
-            EXPECT_NE(std::strncmp(table[later].name, table[earlier].name,
-                                   std::strlen(table[earlier].name)),
-                      0)
-                << table[later].name << " is shadowed by " << table[earlier].name;
-    }
-}
 
 TEST(GetCommand, MatchesTheFirstRowThatPrefixesTheLineIgnoringCase) {
     auto code = [](char const* text) {
