@@ -9,6 +9,8 @@
 //   hand-written big-endian stores and loads);
 // - names of settings of client over 10,000 settings (within 2x of walking the
 //   store's section).
+// The usage and settings phrases also have a floor: the least work the
+// registration contract asks of any implementation, against the same loop.
 #include <benchmark/benchmark.h>
 
 #include <cstdlib>
@@ -100,6 +102,31 @@ void BM_RelevantQuamelLoop(benchmark::State& state) {
     }
 }
 
+// The floors below do what any implementation of a phrase must do under the
+// registration contract, with no evaluator around it: one call through a
+// function pointer for each value and each property of it, every result
+// copied into memory that lives until the evaluation ends. They bound how
+// close to the raw loop the phrase can come.
+class BumpArena {
+public:
+    void* Allocate(std::size_t size) {
+        void* const block = bytes_.data() + used_;
+        used_ += (size + 15) & ~std::size_t{15};
+        return block;
+    }
+    void Reset() { used_ = 0; }
+
+private:
+    // Ample for one pass over these phrases' values.
+    std::vector<unsigned char> bytes_ = std::vector<unsigned char>(std::size_t{1} << 24);
+    std::size_t used_ = 0;
+};
+
+BumpArena& FloorArena() {
+    static BumpArena arena;
+    return arena;
+}
+
 void BM_ApplicationUsages(benchmark::State& state) {
     EvaluateBoundExpression(state, "number of application usages \"x\"", &Agent());
 }
@@ -151,6 +178,51 @@ void BM_IntervalLoopThroughAgent(benchmark::State& state) {
         while (table.FindAppEvent(name, stream))
             rules.Apply(stream.Current());
         benchmark::DoNotOptimize(rules);
+    }
+}
+
+// The usage phrase's floor: the agent's events one by one, and for each
+// interval a call that hands out a time range and a count in two blocks.
+struct UsageFloorState {
+    InspectorProcessTableContext const* table;
+    FileName const* name;
+    MeasureLoggerStream stream;
+    IntervalRules rules;
+};
+
+[[gnu::noinline]] bool NextInterval(void* result, void* iterator) {
+    auto& state = *static_cast<UsageFloorState*>(iterator);
+    while (state.table->FindAppEvent(*state.name, state.stream)) {
+        std::int64_t const before = state.rules.intervals;
+        Instant const from = state.rules.last;
+        state.rules.Apply(state.stream.Current());
+        if (state.rules.intervals != before) {
+            auto* const range = static_cast<Instant*>(FloorArena().Allocate(2 * sizeof(Instant)));
+            range[0] = from;
+            range[1] = state.rules.last;
+            auto* const count = static_cast<std::int64_t*>(FloorArena().Allocate(8));
+            *count = state.rules.count;
+            static_cast<void**>(result)[0] = range;
+            static_cast<void**>(result)[1] = count;
+            return true;
+        }
+    }
+    return false;
+}
+
+void BM_UsageContractFloor(benchmark::State& state) {
+    ScopedInspectorContext const installed(&Agent());
+    FileName const name = ExactFileName(ConstData("x"));
+    bool (*volatile next)(void*, void*) = NextInterval;
+    for (auto _ : state) {
+        FloorArena().Reset();
+        UsageFloorState iterator{
+            &static_cast<InspectorProcessTableContext const&>(Agent()), &name, {}, {}};
+        void* value[2];
+        std::int64_t values = 0;
+        while (next(value, &iterator))
+            ++values;
+        benchmark::DoNotOptimize(values);
     }
 }
 
@@ -276,6 +348,50 @@ void BM_SectionWalk(benchmark::State& state) {
     }
 }
 
+// The settings phrase's floor: a call for each live setting, a call for its
+// name copied out, and a call delivering the name.
+using SettingPosition = WrappedSettingIterator<CFPreferenceSettingIterator>;
+
+[[gnu::noinline]] bool NextLiveSetting(void* result, void* iterator) {
+    auto& position = *static_cast<SettingPosition*>(iterator);
+    while (!position.AtEnd() && position.Deleted())
+        ++position;
+    if (position.AtEnd())
+        return false;
+    *static_cast<SettingPosition*>(result) = position;
+    ++position;
+    return true;
+}
+
+[[gnu::noinline]] void NameOfSetting(void* result, void const* object) {
+    ConstData const name = static_cast<SettingPosition const*>(object)->Name();
+    void* const copy = FloorArena().Allocate(name.Length());
+    std::memcpy(copy, name.begin(), name.Length());
+    *static_cast<ConstData*>(result) = ConstData(copy, name.Length());
+}
+
+[[gnu::noinline]] void DeliverName(ConstData const& name) {
+    benchmark::DoNotOptimize(name.begin());
+}
+
+void BM_SettingsContractFloor(benchmark::State& state) {
+    FillClientSettings();
+    bool (*volatile next)(void*, void*) = NextLiveSetting;
+    void (*volatile nameOf)(void*, void const*) = NameOfSetting;
+    void (*volatile deliver)(ConstData const&) = DeliverName;
+    for (auto _ : state) {
+        FloorArena().Reset();
+        SettingPosition position =
+            MacintoshPlatform::ZORSettingStore().FindSection(ClientSettingSection());
+        SettingPosition setting = position;
+        ConstData name;
+        while (next(&setting, &position)) {
+            nameOf(&name, &setting);
+            deliver(name);
+        }
+    }
+}
+
 } // namespace
 
 BENCHMARK(BM_SiteByName);
@@ -285,10 +401,12 @@ BENCHMARK(BM_RelevantQuamelLoop)->Unit(benchmark::kMicrosecond);
 BENCHMARK(BM_ApplicationUsages)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_IntervalLoop)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_IntervalLoopThroughAgent)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_UsageContractFloor)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_HostSelectorRoundTrip)->Unit(benchmark::kMicrosecond);
 BENCHMARK(BM_HandRoundTrip)->Unit(benchmark::kMicrosecond);
 BENCHMARK(BM_SettingsOfClient)->Unit(benchmark::kMicrosecond);
 BENCHMARK(BM_SectionWalk)->Unit(benchmark::kMicrosecond);
+BENCHMARK(BM_SettingsContractFloor)->Unit(benchmark::kMicrosecond);
 
 int main(int argc, char** argv) {
     return RunWithRatios(argc, argv,
@@ -296,6 +414,8 @@ int main(int argc, char** argv) {
                           {"BM_RelevantQuamels", "BM_RelevantQuamelLoop"},
                           {"BM_ApplicationUsages", "BM_IntervalLoop"},
                           {"BM_ApplicationUsages", "BM_IntervalLoopThroughAgent"},
+                          {"BM_UsageContractFloor", "BM_IntervalLoop"},
                           {"BM_HostSelectorRoundTrip", "BM_HandRoundTrip"},
-                          {"BM_SettingsOfClient", "BM_SectionWalk"}});
+                          {"BM_SettingsOfClient", "BM_SectionWalk"},
+                          {"BM_SettingsContractFloor", "BM_SectionWalk"}});
 }
