@@ -6,10 +6,10 @@
 // property-list tests).
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 #include <optional>
 #include <string>
 
+#include "fuzz/require.h"
 #include "settings/agent_settings.h"
 #include "settings/property_list.h"
 #include "settings/setting_store.h"
@@ -36,9 +36,7 @@ void CheckRoundTrip(CFPreferenceSectionMap const& sections) {
     }
     std::string bytes = SerializeBinaryPropertyList(MakeCFDictionary(sections).Get());
     AutoCFPropertyList back = ParsePropertyList(bytes);
-    if (ConvertCFPropertyList<CFPreferenceSectionMap>(back.Get()) != sections) {
-        std::abort();
-    }
+    Require(ConvertCFPropertyList<CFPreferenceSectionMap>(back.Get()) == sections);
 }
 
 // Each store reads its own key of the top dictionary.
@@ -70,8 +68,6 @@ extern "C" int LLVMFuzzerTestOneInput(uint8_t const* data, size_t size) {
     ConvertEachStore(root.Get());
     // What we write must read back; kinds left to libplist's writer give nothing.
     std::optional<std::string> written = WriteBinaryPropertyList(root.Get());
-    if (written && WriteBinaryPropertyList(ParsePropertyList(*written).Get()) != written) {
-        std::abort();
-    }
+    Require(!written || WriteBinaryPropertyList(ParsePropertyList(*written).Get()) == written);
     return 0;
 }
