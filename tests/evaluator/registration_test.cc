@@ -6,7 +6,6 @@
 #include <string>
 
 #include "evaluator/registration.h"
-#include "tests/evaluator/support.h"
 #include "tests/evaluator/test_phrases.h"
 
 namespace zor::testing {
