@@ -31,12 +31,6 @@ struct sprocket {
     static char const* TypeName() { return "sprocket"; }
     integer teeth;
 };
-// Holds a resource: the evaluator's destroy must run its destructor.
-struct handle {
-    static char const* TypeName() { return "handle"; }
-    static inline int destroyed = 0;
-    ~handle() { ++destroyed; }
-};
 
 struct Slot {
     alignas(std::max_align_t) unsigned char bytes[64];
@@ -409,15 +403,6 @@ TEST(Registration, IteratorsWalkInTheirStateAndAreDestroyed) {
     integer count = 4;
     EXPECT_EQ(fake::Iterate<integer>(At(&o.multiples), &count, &three),
               (std::vector<integer>{3, 6, 9, 12}));
-}
-
-TEST(Registration, DestroyOfATypeRunsTheDestructorInPlace) {
-    Type<handle> type;
-    alignas(handle) unsigned char storage[sizeof(handle)];
-    ::new (storage) handle();
-    int before = handle::destroyed;
-    At(&type).destroy(storage);
-    EXPECT_EQ(handle::destroyed, before + 1);
 }
 
 // The recording registry refuses a withdrawal of the wrong kind or of a
