@@ -9,14 +9,6 @@
 
 namespace {
 
-class MoveOptionsTest : public PreferencesFolderTest {
-protected:
-    CFPreferenceSettingStore settings_{"Settings", "test.agent", kCFPreferencesAnyUser,
-                                       kCFPreferencesCurrentHost};
-    CFPreferenceSettingStore options_{"Options", "test.agent", kCFPreferencesAnyUser,
-                                      kCFPreferencesCurrentHost};
-};
-
 // Runs body in a child process whose preferences live in folder, and
 // returns the child's exit status. The singletons are built in the child.
 template <class Body> int InChild(std::filesystem::path const& folder, Body body) {
@@ -32,35 +24,6 @@ template <class Body> int InChild(std::filesystem::path const& folder, Body body
 }
 
 } // namespace
-
-TEST_F(MoveOptionsTest, MovesPresentOptionsOnceKeepingTheirDates) {
-    Instant dated(123456789);
-    settings_.Set("Client", "ListenPort", "52311", dated);
-    settings_.Set("Client", "__LockState", "TRUE", dated);
-    settings_.Set("Client", "NotAnOption", "stays", dated);
-    Instant before = Instant::Now();
-
-    MoveOptionsOnce(settings_, options_);
-    auto moved = options_.FindItem("GlobalOptions", "ListenPort");
-    ASSERT_FALSE(moved.AtEnd());
-    EXPECT_EQ(moved.Value().str(), "52311");
-    EXPECT_EQ(moved.Date(), dated);
-    EXPECT_EQ(options_.FindItem("GlobalOptions", "__LockState").Value().str(), "TRUE");
-    auto cleared = settings_.FindItem("Client", "ListenPort");
-    EXPECT_TRUE(cleared.Deleted());
-    EXPECT_GE(cleared.Date(), before);
-    EXPECT_FALSE(settings_.FindItem("Client", "NotAnOption").Deleted());
-    EXPECT_TRUE(options_.FindItem("GlobalOptions", "GatherUrl").AtEnd())
-        << "an absent option is not created";
-    EXPECT_TRUE(settings_.FindItem("Client", "GatherUrl").AtEnd()) << "nor cleared";
-    EXPECT_EQ(options_.FindItem("GlobalOptions", "5.1_Options_Updated").Value().str(), "1");
-
-    settings_.Set("Client", "ListenPort", "8080", Instant::Now() + TimeInterval::Seconds(5));
-    MoveOptionsOnce(settings_, options_);
-    EXPECT_EQ(options_.FindItem("GlobalOptions", "ListenPort").Value().str(), "52311");
-    EXPECT_EQ(settings_.FindItem("Client", "ListenPort").Value().str(), "8080")
-        << "the second run does nothing";
-}
 
 TEST(AgentStores, SingletonsViewsAndMigrationsWriteAtExit) {
     TemporaryFolder folder;

@@ -42,43 +42,6 @@ std::string Visit(WrappedSettingIterator<CFPreferenceSettingIterator> iterator) 
 
 } // namespace
 
-TEST_F(SettingStoreTest, LastWriterWinsByDate) {
-    auto store = NewStore();
-    EXPECT_TRUE(store->IteratorForSection("").AtEnd()) << "no key, no settings";
-    EXPECT_FALSE(store->Changed());
-    store->Set("S", "n", "first", At(100));
-    EXPECT_TRUE(store->Changed());
-    store->Set("S", "n", "older", At(99));
-    EXPECT_EQ(store->FindItem("S", "n").Value().str(), "first");
-    store->Set("S", "n", "same date", At(100));
-    EXPECT_EQ(store->FindItem("S", "n").Value().str(), "same date");
-    store->Set("S", "n", "later", At(101));
-    EXPECT_EQ(Visit(store->FindItem("S", "n")), "n=later@101")
-        << "a single-item iterator holds one setting";
-}
-
-TEST_F(SettingStoreTest, ClearLeavesADatedTombstone) {
-    auto store = NewStore();
-    store->Clear("S", "absent", At(10));
-    EXPECT_TRUE(store->FindSection("S").AtEnd()) << "clearing creates nothing";
-    EXPECT_FALSE(store->Changed());
-
-    store->Set("S", "a", "va", At(10));
-    store->Set("S", "b", "vb", At(10));
-    store->Flush();
-    store->Clear("S", "absent", At(20));
-    store->Clear("S", "a", At(9));
-    EXPECT_FALSE(store->Changed()) << "an earlier clear is ignored";
-    store->Clear("S", "a", At(20));
-    EXPECT_TRUE(store->Changed());
-    EXPECT_EQ(Visit(store->FindSection("S")), "a=-@20 b=vb@10");
-
-    store->Set("S", "a", "too old", At(19));
-    EXPECT_TRUE(store->FindItem("S", "a").Deleted()) << "the tombstone refuses older values";
-    store->Set("S", "a", "revived", At(21));
-    EXPECT_FALSE(store->FindItem("S", "a").Deleted());
-}
-
 TEST_F(SettingStoreTest, FindItemRangesHoldOneSettingWhateverTheInsertionOrder) {
     auto store = NewStore();
     // Each setting's value is its name.

@@ -53,22 +53,6 @@ protected:
     static inline std::unique_ptr<ScopedEnvironment> environment_;
 };
 
-TEST_F(DeviceRegistry, TheLastCopyOfANodeClosesItsEntryOnce) {
-    int fd = -1;
-    {
-        std::optional<registry_node> first(service_plane(Of(), theroot()));
-        fd = first->handle.get();
-        std::optional<registry_node> second(*first);
-        std::optional<registry_node> third(*second);
-        first.reset();
-        EXPECT_TRUE(IsOpen(fd));
-        third.reset();
-        EXPECT_TRUE(IsOpen(fd));
-        EXPECT_EQ(second->handle.get(), fd);
-    }
-    EXPECT_FALSE(IsOpen(fd));
-}
-
 TEST_F(DeviceRegistry, CopiesOfAChildShareTheEntryOpenedLater) {
     registry_node const top = service_plane(Of(), theroot());
     OSXRegistryIterator children;

@@ -1,18 +1,14 @@
 // The plug-in's system families on the machine the tests run on: every
 // answer is checked against what the system says when asked directly
-// (uname, /proc, getifaddrs, sysfs), never against fixed values. Only a
+// (uname, /proc, sysfs), never against fixed values. Only a
 // loopback interface and a few processes are assumed.
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <arpa/inet.h>
-#include <cctype>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <ifaddrs.h>
-#include <netinet/in.h>
 #include <sstream>
 #include <string>
 #include <sys/utsname.h>
@@ -50,15 +46,6 @@ std::string OsReleaseValue(std::string const& key) {
     std::size_t const length = std::fread(value, 1, sizeof value, shell);
     pclose(shell);
     return std::string(value, length);
-}
-
-namespace fs = std::filesystem;
-
-std::size_t ProcessDirectories() {
-    return std::count_if(fs::directory_iterator("/proc"), fs::directory_iterator(),
-                         [](fs::directory_entry const& entry) {
-                             return std::isdigit(entry.path().filename().string()[0]) != 0;
-                         });
 }
 
 } // namespace
@@ -99,28 +86,9 @@ TEST_F(LiveSystem, TimesProcessorsAndMemoryAgreeWithProc) {
     EXPECT_EQ(Answer("size of ram"), std::to_string(kilobytes * 1024));
 }
 
-TEST_F(LiveSystem, NetworkAgreesWithGetifaddrs) {
-    std::size_t all = 0, links = 0;
-    Answers ipNames, ipAddresses;
-    ifaddrs* list = nullptr;
-    ASSERT_EQ(getifaddrs(&list), 0);
-    for (ifaddrs* entry = list; entry; entry = entry->ifa_next) {
-        ++all;
-        int const family = entry->ifa_addr ? entry->ifa_addr->sa_family : AF_UNSPEC;
-        links += family == AF_PACKET;
-        if (family == AF_INET) {
-            char text[INET_ADDRSTRLEN];
-            inet_ntop(AF_INET, &reinterpret_cast<sockaddr_in*>(entry->ifa_addr)->sin_addr, text,
-                      sizeof text);
-            ipNames.push_back(entry->ifa_name);
-            ipAddresses.push_back(text);
-        }
-    }
-    freeifaddrs(list);
-    EXPECT_EQ(Answer("number of interfaces of network"), std::to_string(all));
-    EXPECT_EQ(Answer("number of link interfaces of network"), std::to_string(links));
-    EXPECT_EQ(Ask("names of ip interfaces of network"), ipNames);
-    EXPECT_EQ(Ask("addresses of ip interfaces of network"), ipAddresses);
+// The inspectors' rules are checked on stand-in lists; here only that the
+// machine's own list is the one read.
+TEST_F(LiveSystem, NetworkHasTheLoopbackInterface) {
     EXPECT_EQ(Answer("exists ip interface whose (loopback of it) of network"), "True");
 }
 
@@ -130,54 +98,21 @@ TEST_F(LiveSystem, ProcessesAgreeWithProc) {
     std::string const self = std::to_string(getpid());
     EXPECT_EQ(Answer("(name of it, pid of it) of process " + self), comm + ", " + self);
     EXPECT_EQ(Answer("names of processes whose (pid of it = " + self + ")"), comm);
-
-    std::size_t const before = ProcessDirectories();
-    long long const counted = std::stoll(Answer("number of processes"));
-    std::size_t const after = ProcessDirectories();
-    // Other processes may start and end meanwhile; the count stays close.
-    EXPECT_GE(counted + 20, static_cast<long long>(std::min(before, after)));
-    EXPECT_LE(counted, static_cast<long long>(std::max(before, after)) + 20);
 }
 
 TEST_F(LiveSystem, ServicePlaneIsSysDevices) {
-    fs::path const devices = "/sys/devices";
+    std::filesystem::path const devices = "/sys/devices";
     // Its subfolders (no links), by name.
     std::vector<std::string> names;
-    for (auto const& entry : fs::directory_iterator(devices))
+    for (auto const& entry : std::filesystem::directory_iterator(devices))
         if (entry.is_directory() && !entry.is_symlink())
             names.push_back(entry.path().filename().string());
     std::sort(names.begin(), names.end());
     EXPECT_EQ(Ask("names of nodes of service plane of iokit registry"), names);
-    EXPECT_EQ(Ask("names of nodes of node \"IOService:/\" of iokit registry"), names);
-    Answers classes;
-    for (std::string const& name : names) {
-        std::error_code none;
-        fs::path const subsystem = fs::read_symlink(devices / name / "subsystem", none);
-        classes.push_back(none ? "IOService" : subsystem.filename().string());
-    }
-    EXPECT_EQ(Ask("classnames of nodes of service plane of iokit registry"), classes);
-}
-
-TEST_F(LiveSystem, EveryServiceNodeHasADictionary) {
-    std::size_t nodes = 0;
-    fs::path const devices = "/sys/devices";
-    auto const options = fs::directory_options::skip_permission_denied;
-    for (auto it = fs::recursive_directory_iterator(devices, options); it != fs::end(it); ++it) {
-        if (!it->is_directory() || it->is_symlink()) {
-            continue;
-        }
-        std::string const path = "IOService:/" + fs::relative(it->path(), devices).string();
-        std::string const keys =
-            Answer("number of keys of dictionary of node \"" + path + "\" of iokit registry");
-        EXPECT_TRUE(!keys.empty() && keys.find_first_not_of("0123456789") == std::string::npos)
-            << path << ": " << keys;
-        ++nodes;
-    }
-    EXPECT_GT(nodes, 0u);
 }
 
 TEST_F(LiveSystem, FirmwareVersionIsDmisWithoutADeviceTree) {
-    if (fs::exists("/sys/firmware/devicetree/base")) {
+    if (std::filesystem::exists("/sys/firmware/devicetree/base")) {
         GTEST_SKIP() << "this machine has a device tree";
     }
     std::string version = FileText("/sys/class/dmi/id/bios_version");
