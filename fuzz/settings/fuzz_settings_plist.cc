@@ -4,6 +4,7 @@
 // binary writer and read back, must be written to the same bytes again (that
 // the writer leaves nothing out is checked on a tree of every kind by the
 // property-list tests).
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
@@ -17,17 +18,10 @@
 namespace {
 
 bool AllNamesAreText(CFPreferenceSectionMap const& sections) {
-    for (auto const& [section, settings] : sections) {
-        if (!IsPropertyListText(section)) {
-            return false;
-        }
-        for (auto const& [name, setting] : settings) {
-            if (!IsPropertyListText(name)) {
-                return false;
-            }
-        }
-    }
-    return true;
+    auto const named = [](auto const& entry) { return IsPropertyListText(entry.first); };
+    return std::ranges::all_of(sections, [&](auto const& section) {
+        return named(section) && std::ranges::all_of(section.second, named);
+    });
 }
 
 void CheckRoundTrip(CFPreferenceSectionMap const& sections) {
