@@ -1,13 +1,19 @@
 // The agent's contexts: narrowing to a kind as contexts come and go, calling a
-// kind's operations, the kind's error when an operation is missing, and the
-// fingerprint of what depends on parameters only.
+// kind's operations, the kind's error when an operation is missing, the
+// settings context's store, and the fingerprint of what depends on parameters
+// only.
 #include <gtest/gtest.h>
 
+#include <cstdlib>
+#include <filesystem>
 #include <functional>
 #include <utility>
 
 #include "framework/contexts.h"
 #include "framework/fingerprints.h"
+#include "framework/settings_context.h"
+#include "settings/agent_settings.h"
+#include "settings/preference_domain.h"
 #include "tests/framework/fake_registry.h"
 
 namespace {
@@ -20,6 +26,8 @@ struct SiteAgentContext : InspectorContext, InspectorSiteContext, ZORAgentVersio
 struct SystemAgentContext : InspectorContext, InspectorSystemContext {
     SystemAgentContext() : InspectorSystemContext() {}
 };
+
+struct SettingsAgentContext : InspectorContext, ZORSettingsContext {};
 
 std::uint32_t instance = 0x01020304;
 std::uint32_t SiteInstance() {
@@ -98,6 +106,21 @@ TEST(Contexts, EveryKindThrowsItsOwnErrorForAMissingOperation) {
     };
     for (auto const& [operation, name] : missing)
         ExpectError<std::exception>(operation, name);
+}
+
+// The settings context hands out the agent's own setting store.
+TEST(SettingsContext, SettingsIsTheAgentsSettingStore) {
+    std::filesystem::path folder = std::filesystem::temp_directory_path() / "zor-settings-context";
+    std::filesystem::create_directories(folder);
+    setenv(kPreferencesFolderVariable, folder.c_str(), 1);
+
+    SettingsAgentContext agent;
+    ScopedInspectorContext installed(&agent);
+    ZORSettingsContext const& context = GetInspectorContext<ZORSettingsContext>();
+    InspectorSettingStore& store = context.Settings();
+    EXPECT_EQ(&store, static_cast<InspectorSettingStore*>(&MacintoshPlatform::ZORSettingStore()));
+    EXPECT_EQ(&context.Settings(), &store) << "one store for the process";
+    EXPECT_TRUE(store.FindItem("Client", "NoSuchSetting").AtEnd());
 }
 
 TEST(Fingerprints, ParametersAloneFeedNothing) {
