@@ -5,7 +5,6 @@
 // arguments stay inside their buffer and never carry separators or removed
 // quotes.
 #include <cstdint>
-#include <cstdlib>
 #include <cstring>
 #include <string>
 #include <vector>
@@ -14,13 +13,9 @@
 #include "action/arg_parser.h"
 #include "action/download_configuration.h"
 #include "action/mirror_download_parser.h"
+#include "fuzz/require.h"
 
 namespace {
-
-void Require(bool condition) {
-    if (!condition)
-        std::abort();
-}
 
 // Takes or skips branches by the condition text, so both paths are explored.
 class FuzzParser : public ActionShellParser {

@@ -2,23 +2,19 @@
 // and the version values found in it pack and parse without faults.
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 
 #include "evaluator/errors.h"
 #include "files/dictionary.h"
 #include "files/mac_version.h"
+#include "fuzz/require.h"
 
 namespace {
 
 void CheckVersionText(std::string const& text) {
     std::uint32_t number = VersionNumberFromString(text);
-    if (number != 0 && MacVersion(number).Components().size() < 3) {
-        std::abort();
-    }
+    Require(number == 0 || MacVersion(number).Components().size() >= 3);
     try {
-        if (TextToVersion(text).Components().empty()) {
-            std::abort();
-        }
+        Require(!TextToVersion(text).Components().empty());
     } catch (NoSuchObject const&) {
         // Text without a leading number has no version.
     }
@@ -33,9 +29,7 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
     }
     std::string const* previous = nullptr;
     for (auto const& [key, value] : dictionary->Entries()) {
-        if (previous && !(*previous < key)) {
-            std::abort(); // keys are unique and in order
-        }
+        Require(!previous || *previous < key); // keys are unique and in order
         previous = &key;
         if (value.kind == DictionaryValue::Kind::String) {
             CheckVersionText(value.text);

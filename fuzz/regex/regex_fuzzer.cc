@@ -7,10 +7,10 @@
 #include <cctype>
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 #include <string>
 
 #include "evaluator/errors.h"
+#include "fuzz/require.h"
 #include "inspectors/regex/regex.h"
 
 namespace {
@@ -18,12 +18,6 @@ namespace {
 // Keeps the quadratic ends-with scan and the match iteration quick.
 constexpr std::size_t kMaxSubject = 512;
 constexpr int kMaxRepetitions = 6;
-
-void Require(bool condition) {
-    if (!condition) {
-        std::abort();
-    }
-}
 
 // Patterns that make the library itself slow (large repetition counts, long
 // chains of repetition operators) test nothing of ours; they are skipped.

@@ -2,9 +2,9 @@
 // truncated; a record read is written back and reads again to the same bytes.
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 #include <vector>
 
+#include "fuzz/require.h"
 #include "inspectors/selected_server/host_selector.h"
 
 namespace {
@@ -31,7 +31,6 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
     ConstBuffer again(ConstData(first.data(), first.size()));
     HostSelectorEntry reread;
     again >> reread;
-    if (!again.empty() || Written(reread) != first)
-        std::abort();
+    Require(again.empty() && Written(reread) == first);
     return 0;
 }

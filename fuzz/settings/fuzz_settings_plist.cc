@@ -4,12 +4,13 @@
 // binary writer and read back, must be written to the same bytes again (that
 // the writer leaves nothing out is checked on a tree of every kind by the
 // property-list tests).
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 #include <optional>
 #include <string>
 
+#include "fuzz/require.h"
 #include "settings/agent_settings.h"
 #include "settings/property_list.h"
 #include "settings/setting_store.h"
@@ -17,17 +18,10 @@
 namespace {
 
 bool AllNamesAreText(CFPreferenceSectionMap const& sections) {
-    for (auto const& [section, settings] : sections) {
-        if (!IsPropertyListText(section)) {
-            return false;
-        }
-        for (auto const& [name, setting] : settings) {
-            if (!IsPropertyListText(name)) {
-                return false;
-            }
-        }
-    }
-    return true;
+    auto const named = [](auto const& entry) { return IsPropertyListText(entry.first); };
+    return std::ranges::all_of(sections, [&](auto const& section) {
+        return named(section) && std::ranges::all_of(section.second, named);
+    });
 }
 
 void CheckRoundTrip(CFPreferenceSectionMap const& sections) {
@@ -36,9 +30,7 @@ void CheckRoundTrip(CFPreferenceSectionMap const& sections) {
     }
     std::string bytes = SerializeBinaryPropertyList(MakeCFDictionary(sections).Get());
     AutoCFPropertyList back = ParsePropertyList(bytes);
-    if (ConvertCFPropertyList<CFPreferenceSectionMap>(back.Get()) != sections) {
-        std::abort();
-    }
+    Require(ConvertCFPropertyList<CFPreferenceSectionMap>(back.Get()) == sections);
 }
 
 // Each store reads its own key of the top dictionary.
@@ -70,8 +62,6 @@ extern "C" int LLVMFuzzerTestOneInput(uint8_t const* data, size_t size) {
     ConvertEachStore(root.Get());
     // What we write must read back; kinds left to libplist's writer give nothing.
     std::optional<std::string> written = WriteBinaryPropertyList(root.Get());
-    if (written && WriteBinaryPropertyList(ParsePropertyList(*written).Get()) != written) {
-        std::abort();
-    }
+    Require(!written || WriteBinaryPropertyList(ParsePropertyList(*written).Get()) == written);
     return 0;
 }

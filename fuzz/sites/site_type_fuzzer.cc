@@ -2,9 +2,9 @@
 // to an equal type.
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 #include <string>
 
+#include "fuzz/require.h"
 #include "inspectors/sites/site_type.h"
 
 extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size) {
@@ -13,7 +13,6 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
     SiteType const again(parsed.AsString().str().c_str());
     // A NUL inside a tag or name cuts the text short, as the agent's own
     // C-string form would.
-    if (parsed.AsString().str().find('\0') == std::string::npos && !(again == parsed))
-        std::abort();
+    Require(parsed.AsString().str().find('\0') != std::string::npos || again == parsed);
     return 0;
 }

@@ -9,6 +9,7 @@
 #include <string>
 #include <string_view>
 
+#include "fuzz/require.h"
 #include "platform/linux/console_user.h"
 #include "platform/linux/directory.h"
 #include "platform/linux/processes.h"
@@ -20,10 +21,9 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
     std::string_view const text(reinterpret_cast<char const*>(data), size);
 
     kinfo_proc record{};
-    if (platform::ParseProcessStat(text, record) &&
-        std::memchr(record.kp_proc.p_comm, '\0', sizeof record.kp_proc.p_comm) == nullptr) {
-        __builtin_trap(); // the name must stay terminated
-    }
+    // The name must stay terminated.
+    Require(!platform::ParseProcessStat(text, record) ||
+            std::memchr(record.kp_proc.p_comm, '\0', sizeof record.kp_proc.p_comm) != nullptr);
     platform::IsProcessId(text);
     platform::ParseSchedulingEntities(text);
 
@@ -47,9 +47,7 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
     std::string const filter = platform::ComputerFilter(text);
     // Escaping leaves no character that could end or widen the filter.
     std::string_view const value(filter.data() + 40, filter.size() - 42);
-    if (value.find_first_of("()*") != std::string_view::npos) {
-        __builtin_trap();
-    }
+    Require(value.find_first_of("()*") == std::string_view::npos);
     platform::ComputerAccountName(text);
     return 0;
 }

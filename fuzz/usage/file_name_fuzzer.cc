@@ -1,20 +1,18 @@
 // Any bytes short enough to be a file name convert back to the same bytes.
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 #include <string_view>
 
 #include "evaluator/errors.h"
+#include "fuzz/require.h"
 #include "inspectors/usage/file_name.h"
 
 extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size) {
     std::string_view const bytes(reinterpret_cast<char const*>(data), size);
     try {
-        if (Utf8Of(ExactFileName(ConstData(bytes))) != bytes)
-            std::abort();
+        Require(Utf8Of(ExactFileName(ConstData(bytes))) == bytes);
     } catch (NoSuchObject const&) {
-        if (size <= FileName::cMaxUnits / 2)
-            std::abort(); // no text this short needs more than 255 units
+        Require(size > FileName::cMaxUnits / 2); // no text this short needs more than 255 units
     }
     return 0;
 }

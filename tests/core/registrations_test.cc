@@ -1,8 +1,10 @@
 // The core registrations called through their thunks as the evaluator calls
-// them, against the recording registry: what answers cannot show (pieces
-// point into their subject, empty slots call nothing, fingerprints, the time
-// range no core phrase produces).
+// them, against the recording registry: what answers cannot show (empty slots
+// call nothing, fingerprints, unequal time ranges), and the numeral helpers no
+// phrase shows whole.
 #include <gtest/gtest.h>
+
+#include <limits>
 
 #include "evaluator/core/registrar.h"
 #include "evaluator/helpers.h"
@@ -15,37 +17,7 @@ using fake::Record;
 class CoreRegistrations : public ::testing::Test {
 protected:
     void TearDown() override { fake::ReleaseEvaluationMemory(); }
-
-    template <class R, class O> R Property(std::string const& phrase, O const& object) {
-        return fake::Get<R>(fake::Property(phrase, "", zor::core::kTypeName<O>), nullptr, &object);
-    }
-    template <class R, class I, class O>
-    R Indexed(std::string const& phrase, I const& index, O const& object) {
-        return fake::Get<R>(
-            fake::Property(phrase, zor::core::kTypeName<I>, zor::core::kTypeName<O>), &index,
-            &object);
-    }
 };
-
-TEST_F(CoreRegistrations, PiecesPointIntoTheWholeSubjectWithoutCopies) {
-    inspector_string whole = fake::View("key=value;rest");
-    substring key = Indexed<substring>("first", integer{9}, whole);
-    substring pieces[] = {key, Indexed<substring>("last", fake::View("e"), key),
-                          Indexed<substring>("character", integer{1}, key),
-                          Property<substring>("following text", key)};
-    for (substring const& piece : pieces) {
-        EXPECT_EQ(piece.whole, whole.pointer);
-        EXPECT_EQ(piece.wholeLength, whole.length);
-    }
-    EXPECT_EQ(pieces[1].pointer, whole.pointer + 8);
-    Record const& fields = fake::Property("substrings separated by", "string", "substring");
-    inspector_string separator = fake::View("=");
-    std::vector<substring> parts = fake::Iterate<substring>(fields, &separator, &key);
-    ASSERT_EQ(parts.size(), 2u);
-    EXPECT_EQ(parts[1].pointer, whole.pointer + 4);
-    EXPECT_EQ(parts[1].whole, whole.pointer);
-    EXPECT_EQ(fake::evaluationBlocks.size(), 0u);
-}
 
 TEST_F(CoreRegistrations, WithoutAResultSlotNothingRunsButANegativeIndexIsStillNoObject) {
     inspector_string subject = fake::View("abc");
@@ -69,31 +41,21 @@ TEST_F(CoreRegistrations, VersionComponentsAreAlignedInEvaluationMemory) {
     EXPECT_EQ(v.components[2], 159u);
 }
 
-TEST_F(CoreRegistrations, TimeRangesPrintCompareAndGiveTheirEnds) {
+// Their text, ends and length show in the usage transcript.
+TEST_F(CoreRegistrations, TimeRangesAreEqualWhenBothEndsAre) {
     moment t{5000000};
-    time_range range{t, t + hour_of()};
-    inspector_string printed = fake::CastValue<inspector_string>("string", "time range", range);
-    EXPECT_EQ(fake::Text(printed),
-              "Thu, 01 Jan 1970 00:00:05 +0000 to Thu, 01 Jan 1970 01:00:05 +0000");
-    EXPECT_EQ(Property<moment>("start", range), t);
-    EXPECT_EQ(Property<moment>("end", range), t + hour_of());
-    EXPECT_EQ(Property<time_interval>("length", range), hour_of());
+    time_range const range{t, t + hour_of()}, instant{t, t};
     Record const& equal = fake::Operator(kOperatorEqual, "time range", "time range");
     boolean same = false;
     equal.op(&same, &range, &range, equal.userData);
     EXPECT_TRUE(same);
-    time_range const instant{t, t};
     equal.op(&same, &range, &instant, equal.userData);
     EXPECT_FALSE(same);
 }
 
-TEST_F(CoreRegistrations, NowFollowsTheClockAndOnlyTheUnitsHaveFingerprints) {
-    Record const& now = fake::Property("now", "", "");
-    moment before = moment_now();
-    moment answer = fake::Get<moment>(now, nullptr, nullptr);
-    EXPECT_LE(before, answer);
-    EXPECT_LE(answer, moment_now());
-    EXPECT_EQ(now.fingerprint, nullptr);
+// "now" follows the clock in the time transcripts.
+TEST_F(CoreRegistrations, OnlyTheUnitsHaveFingerprints) {
+    EXPECT_EQ(fake::Property("now", "", "").fingerprint, nullptr);
     EXPECT_NE(fake::Property("day", "", "").fingerprint, nullptr);
 }
 
@@ -110,6 +72,18 @@ TEST_F(CoreRegistrations, RegistrationObjectsWithdrawOnDestruction) {
     }
     EXPECT_EQ(fake::Live().size(), before);
     EXPECT_THROW(fake::Cast("twice", "integer"), std::logic_error);
+}
+
+TEST(CoreNumerals, ReadUnsigned32BitAndWriteInAnyBase) {
+    EXPECT_EQ(ReadAsciiDecimalNumeral("4294967295"), 4294967295u);
+    EXPECT_EQ(ReadAsciiDecimalNumeral("007"), 7u);
+    for (char const* bad : {"", "4294967296", "-1", "+1", " 1", "12a"})
+        EXPECT_THROW(ReadAsciiDecimalNumeral(bad), MalformedText) << bad;
+    EXPECT_EQ(Numeral(std::numeric_limits<std::uint64_t>::max()).view(), "18446744073709551615");
+    EXPECT_EQ(Numeral(5u, 2).view(), "101");
+    EXPECT_STREQ(Numeral(1234).c_str(), "1234");
+    EXPECT_THROW(Numeral(1, 1), std::invalid_argument);
+    EXPECT_THROW(Numeral(1, 17), std::invalid_argument);
 }
 
 } // namespace

@@ -4,7 +4,6 @@
 
 #include "evaluator/context.h"
 #include "evaluator/registration.h"
-#include "tests/evaluator/support.h"
 #include "tests/evaluator/test_phrases.h"
 
 namespace zor::testing {

@@ -2,7 +2,7 @@
 // syntax errors, never a stack overflow; a long string is just a value.
 #include <gtest/gtest.h>
 
-#include "tests/evaluator/support.h"
+#include "tests/evaluator/test_phrases.h"
 
 namespace zor::testing {
 namespace {

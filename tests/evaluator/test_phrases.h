@@ -1,12 +1,15 @@
 // A small family of phrases registered through the raw registration API, so
-// the tests can drive binding and evaluation without any inspector library.
+// the tests can drive binding and evaluation without any inspector library,
+// and the helpers that compile and evaluate an expression.
 #pragma once
 
 #include <cstring>
 #include <string>
+#include <vector>
 
 #include "evaluator/context.h"
 #include "evaluator/errors.h"
+#include "evaluator/evaluator.h"
 #include "evaluator/registration.h"
 #include "evaluator/values.h"
 
@@ -161,5 +164,26 @@ private:
     int properties_ = 0;
     bool withdrawn_[16] = {};
 };
+
+inline std::vector<std::string> answers(std::string const& text,
+                                        EvaluationOptions const& options = {}) {
+    return Expression::compile(text).answers(options);
+}
+
+inline std::string answer(std::string const& text) {
+    auto all = answers(text);
+    return all.size() == 1 ? all.front() : "<" + std::to_string(all.size()) + " answers>";
+}
+
+// The error an expression raises when compiled and evaluated, as "column: message"
+// (column 0 for evaluation errors), or "no error".
+inline std::string failure(std::string const& text, EvaluationOptions const& options = {}) {
+    try {
+        Expression::compile(text).answers(options);
+    } catch (ExpressionError const& e) {
+        return std::to_string(e.column()) + ": " + e.what();
+    }
+    return "no error";
+}
 
 } // namespace zor::testing

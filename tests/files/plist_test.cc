@@ -11,7 +11,6 @@
 
 #include "files/bundle.h"
 #include "tests/files/temp_tree.h"
-#include "url/url_builder.h"
 #include "util/file_stream.h"
 
 namespace {
@@ -113,15 +112,6 @@ protected:
     }
     TempTree tree_;
 };
-
-// Versions from XML Info.plists and damaged ones are seen end to end.
-TEST_F(BundleTest, ABinaryInfoIsFoundThroughTheFoldersURLToo) {
-    tree_.Write("App.app/Contents/Info.plist",
-                Binary(XmlPlist("<key>CFBundleShortVersionString</key><string>4.5</string>")));
-    EXPECT_EQ(
-        MakeBundle(FileURL(Folder().POSIXPath() + "/")).InfoString("CFBundleShortVersionString"),
-        "4.5");
-}
 
 TEST_F(BundleTest, InfoThatCannotBeReadIsAnError) {
     std::string path = tree_.Folder("App.app/Contents") + "/Info.plist";

@@ -1,13 +1,19 @@
 // The agent's contexts: narrowing to a kind as contexts come and go, calling a
-// kind's operations, the kind's error when an operation is missing, and the
-// fingerprint of what depends on parameters only.
+// kind's operations, the kind's error when an operation is missing, the
+// settings context's store, and the fingerprint of what depends on parameters
+// only.
 #include <gtest/gtest.h>
 
+#include <cstdlib>
+#include <filesystem>
 #include <functional>
 #include <utility>
 
 #include "framework/contexts.h"
 #include "framework/fingerprints.h"
+#include "framework/settings_context.h"
+#include "settings/agent_settings.h"
+#include "settings/preference_domain.h"
 #include "tests/framework/fake_registry.h"
 
 namespace {
@@ -21,27 +27,18 @@ struct SystemAgentContext : InspectorContext, InspectorSystemContext {
     SystemAgentContext() : InspectorSystemContext() {}
 };
 
+struct SettingsAgentContext : InspectorContext, ZORSettingsContext {};
+
 std::uint32_t instance = 0x01020304;
 std::uint32_t SiteInstance() {
     return instance;
 }
 
-unsigned long seenId = 0;
-bool FindGroup(unsigned long id, URL const&, InspectorGroupData*, void (*)()) {
-    seenId = id;
-    return id == 5;
-}
-
-// Stand-ins for records whose types the framework only names; the operations
+// A stand-in for records whose types the framework only names; the operations
 // under test pass them through without looking inside.
 alignas(std::max_align_t) unsigned char opaque[64];
 template <class T> T const& Opaque() {
     return *reinterpret_cast<T const*>(opaque);
-}
-
-bool systemAnswer = false;
-bool SystemData(InspectorSystemData*) {
-    return systemAnswer;
 }
 
 template <class Error, class Operation> void ExpectError(Operation operation, char const* name) {
@@ -74,26 +71,12 @@ TEST(Contexts, NarrowingFollowsEveryInstallation) {
     EXPECT_EQ(reached(), nullptr);
 }
 
-TEST(Contexts, OperationsPassArgumentsAndMissingOnesThrowTheKindsError) {
+// Arguments and results pass through in the content and action-lock
+// transcripts; the site map instance only feeds fingerprints.
+TEST(Contexts, TheSiteMapInstanceIsPassedThrough) {
     SiteAgentContext agent;
-    InspectorSiteContext const& site = agent;
-    ExpectError<InspectorSiteContextError>([&] { site.GetSiteMapInstance(); },
-                                           "InspectorSiteContextError");
     agent.getSiteMapInstance = &SiteInstance;
-    agent.getGroupFromId = &FindGroup;
-    EXPECT_EQ(site.GetSiteMapInstance(), instance);
-    EXPECT_TRUE(site.GetGroupFromId(5, Opaque<URL>(), nullptr, nullptr));
-    EXPECT_FALSE(site.GetGroupFromId(6, Opaque<URL>(), nullptr, nullptr));
-    EXPECT_EQ(seenId, 6u);
-
-    SystemAgentContext system;
-    ExpectError<InspectorSystemContextError>([&] { system.GetSystemData(nullptr); },
-                                             "InspectorSystemContextError");
-    system.getSystemData = &SystemData;
-    systemAnswer = true;
-    EXPECT_TRUE(system.GetSystemData(nullptr));
-    systemAnswer = false;
-    EXPECT_FALSE(system.GetSystemData(nullptr));
+    EXPECT_EQ(static_cast<InspectorSiteContext const&>(agent).GetSiteMapInstance(), instance);
 }
 
 TEST(Contexts, EveryKindThrowsItsOwnErrorForAMissingOperation) {
@@ -103,6 +86,8 @@ TEST(Contexts, EveryKindThrowsItsOwnErrorForAMissingOperation) {
     InspectorStorageContext storage{};
     InspectorQuamelContext quamel{};
     InspectorProcessTableContext processes{};
+    InspectorSiteContext site{};
+    InspectorSystemContext system{};
     unsigned long runs = 0, running = 0;
     Instant a, b, c;
     TimeInterval d;
@@ -116,9 +101,26 @@ TEST(Contexts, EveryKindThrowsItsOwnErrorForAMissingOperation) {
         {[&] { quamel.GetEvaluatingQuamelRelevance(); }, "InspectorQuamelContextError"},
         {[&] { processes.GetAppUsage(Opaque<FileName>(), runs, a, b, c, d, running); },
          "InspectorProcessTableContextError"},
+        {[&] { site.GetSiteMapInstance(); }, "InspectorSiteContextError"},
+        {[&] { system.GetSystemData(nullptr); }, "InspectorSystemContextError"},
     };
     for (auto const& [operation, name] : missing)
         ExpectError<std::exception>(operation, name);
+}
+
+// The settings context hands out the agent's own setting store.
+TEST(SettingsContext, SettingsIsTheAgentsSettingStore) {
+    std::filesystem::path folder = std::filesystem::temp_directory_path() / "zor-settings-context";
+    std::filesystem::create_directories(folder);
+    setenv(kPreferencesFolderVariable, folder.c_str(), 1);
+
+    SettingsAgentContext agent;
+    ScopedInspectorContext installed(&agent);
+    ZORSettingsContext const& context = GetInspectorContext<ZORSettingsContext>();
+    InspectorSettingStore& store = context.Settings();
+    EXPECT_EQ(&store, static_cast<InspectorSettingStore*>(&MacintoshPlatform::ZORSettingStore()));
+    EXPECT_EQ(&context.Settings(), &store) << "one store for the process";
+    EXPECT_TRUE(store.FindItem("Client", "NoSuchSetting").AtEnd());
 }
 
 TEST(Fingerprints, ParametersAloneFeedNothing) {

@@ -104,13 +104,7 @@ inline inspector_string View(std::string_view text) {
             static_cast<std::uint32_t>(text.size())};
 }
 
-// Calls a registration's thunk as the evaluator does and returns its result.
-template <class R> R Get(Record const& r, void const* index, void const* object) {
-    R result{};
-    r.get(&result, index, object, nullptr, r.userData);
-    return result;
-}
-
+// Calls a cast's thunk as the evaluator does and returns its result.
 template <class R, class O>
 R CastValue(std::string const& phrase, std::string const& sourceType, O const& object) {
     Record const& r = Cast(phrase, sourceType);

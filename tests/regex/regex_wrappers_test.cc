@@ -98,37 +98,14 @@ TEST(RegexWrappers, ExecReportsMatchesNoMatchAndFailures) {
     AutoRegex const anchored = RegComp("^a", REG_EXTENDED);
     EXPECT_TRUE(RegExec(anchored.Get(), "ab", 0, 0, nullptr));
     EXPECT_FALSE(RegExec(anchored.Get(), "ab", REG_NOTBOL, 0, nullptr));
+    char const unterminated[] = {'a', 'b'};
+    EXPECT_FALSE(RegExec(anchored.Get(), unterminated, unterminated, unterminated + 2, REG_NOTBOL,
+                         0, nullptr));
 
     // The library refuses flags it does not know with an error, not "no match".
     EXPECT_GE(
         FailureCode<RegExec_Failed>([&] { RegExec(anchored.Get(), "ab", 1 << 10, 0, nullptr); }),
         2);
-}
-
-TEST(RegexWrappers, StartEndMatchesWithinARangeWithOffsetsFromTheBase) {
-    // No terminator anywhere: the bytes after the range must not be read as
-    // part of the subject.
-    char const buffer[] = {'x', 'a', 'b', 'c', 'd'};
-    AutoRegex const tail = RegComp("bc$", REG_EXTENDED);
-    regmatch_t match;
-    ASSERT_TRUE(RegExecWithRegStartEnd(tail.Get(), buffer, buffer + 1, buffer + 4, 0, 1, &match));
-    EXPECT_EQ(Spans(&match, 1), "2-4");
-    EXPECT_FALSE(RegExecWithRegStartEnd(tail.Get(), buffer, buffer, buffer + 5, 0, 1, &match));
-
-    // With no offsets asked for, the range still applies.
-    EXPECT_TRUE(RegExecWithRegStartEnd(tail.Get(), buffer, buffer + 2, buffer + 4, 0, 0, nullptr));
-    EXPECT_FALSE(RegExecWithRegStartEnd(tail.Get(), buffer, buffer + 3, buffer + 4, 0, 0, nullptr));
-
-    // A range that starts at the base starts a line unless REG_NOTBOL says
-    // otherwise.
-    AutoRegex const head = RegComp("^x", REG_EXTENDED);
-    EXPECT_TRUE(RegExec(head.Get(), buffer, buffer, buffer + 4, 0, 0, nullptr));
-    EXPECT_FALSE(RegExec(head.Get(), buffer, buffer, buffer + 4, REG_NOTBOL, 0, nullptr));
-
-    // The empty range at the end.
-    AutoRegex const anything = RegComp("x*", REG_EXTENDED);
-    ASSERT_TRUE(RegExec(anything.Get(), buffer, buffer + 5, buffer + 5, 0, 1, &match));
-    EXPECT_EQ(Spans(&match, 1), "5-5");
 }
 
 TEST(RegexWrappers, VectorFormsSizeToTheGroupsAndZeroEveryEntry) {

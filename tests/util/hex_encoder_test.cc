@@ -11,12 +11,6 @@ std::string Text(Buffer const& out) {
     return out.Written().str();
 }
 
-TEST(HexEncoder, DigitsOfEachNibble) {
-    std::string const all = {'\x00', '\x01', '\x7f', '\x80', '\xfe', '\xff'};
-    EXPECT_EQ(HexEncode(ConstData(all)), "00017f80feff");
-    EXPECT_EQ(HexEncode(ConstData()), "");
-}
-
 TEST(HexEncoder, PendingDigitWaitsForRoom) {
     HexEncoder encoder;
     std::string const input = "\xab";

@@ -71,7 +71,8 @@ TEST(ZorqInteractive, PromptsAnswersPointsAtErrorsAndKeepsHistory) {
     ASSERT_GT(session.pid, 0);
     // Each line is typed at a new prompt; the last one ends the input.
     std::size_t seen = 0;
-    for (std::string const line : {"6 * 7\n", "// a comment\n", "2 + )\n", "\x04"}) {
+    for (std::string const line :
+         {"6 * 7\n", "// a comment\n", "2 + )\n", "character 9 of \"abc\"\n", "\x04"}) {
         auto const deadline = Clock::now() + std::chrono::seconds(10);
         while (Clock::now() < deadline && !(session.screen.size() > seen &&
                                             session.screen.ends_with("Q: ") && session.editing()))
@@ -90,6 +91,8 @@ TEST(ZorqInteractive, PromptsAnswersPointsAtErrorsAndKeepsHistory) {
     EXPECT_THAT(session.screen, HasSubstr("A: 42"));
     // The caret sits under column 5 of the text typed after the three-column prompt.
     EXPECT_THAT(session.screen, HasSubstr("\n       ^\r\nE: column 5: "));
+    // An evaluation error has no column to point at.
+    EXPECT_THAT(session.screen, HasSubstr("\"abc\"\r\nE: Singular expression refers to"));
 
     std::ifstream history(home / ".zorq_history");
     std::string saved((std::istreambuf_iterator<char>(history)), {});
