@@ -158,6 +158,8 @@ TEST(BlockControl, TracesAndFaults) {
              {"if false\ncreatefile until EOF\nnot a command\nEOF\nendif\nrun x", "run|x; ? false"},
              {"createfile until END\r\n  delete inside\r\nxxENDxx\r\nrun after",
               "createfile until|END; run|after; ?"},
+             {"createfile until \"@end\"\nsee @end here\n\"@end\"\nrun after",
+              "createfile until|\"@end\"; run|after; ?"},
              {"delete a\nelseif x", "2: ElseIf encountered without If."},
              {"else", "1: Else encountered without If."},
              {"if true\nendif\nendif", "3: Endif encountered without If."},
